@@ -1,0 +1,27 @@
+#pragma once
+
+#include "JsonCodec.h"
+#include "MessageRole.h"
+#include "MessageSource.h"
+#include "WordGloss.h"
+
+namespace quillo {
+
+// One message of a chat, written by the user or by the contact `botId`.
+struct ChatMessage {
+    QString id;
+    QString botId;
+    MessageRole role = MessageRole::User;
+    QString text;
+    QList<WordGloss> words; // per-word glosses, empty until glossed
+    qint64 createdAt = 0;   // milliseconds since 1970-01-01 UTC
+    MessageSource source = MessageSource::User;
+    QString language; // set for replies of an "Any language" contact
+
+    static Decoded<ChatMessage> fromJson(const QJsonValue& value);
+    QJsonObject toJson() const;
+
+    friend bool operator==(const ChatMessage&, const ChatMessage&) = default;
+};
+
+} // namespace quillo

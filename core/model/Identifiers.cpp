@@ -1,0 +1,16 @@
+#include "Identifiers.h"
+
+#include <QDateTime>
+#include <QUuid>
+
+namespace quillo {
+
+QString newID() {
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toLower();
+}
+
+qint64 nowMillis() {
+    return QDateTime::currentMSecsSinceEpoch();
+}
+
+} // namespace quillo
