@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QStringList>
+
+namespace quillo::tool {
+
+// Exit statuses shared by every subcommand.
+enum Exit : int {
+    Success = 0,
+    NoResult = 1, // the input was fine but yielded nothing (no reply, no reading)
+    BadInput = 2, // bad arguments, an unreadable file, JSON that does not decode
+};
+
+// Each subcommand takes its own arguments (without the subcommand's name) and returns an exit
+// status. They print results on standard output and one-line errors on standard error.
+int promptCommand(const QStringList& arguments);
+int parseReplyCommand(const QStringList& arguments);
+
+} // namespace quillo::tool

@@ -1,0 +1,61 @@
+#include "Commands.h"
+#include "ToolIO.h"
+
+#include <QCoreApplication>
+
+#include <functional>
+#include <map>
+
+using namespace quillo::tool;
+
+namespace {
+
+struct Subcommand {
+    std::function<int(const QStringList&)> run;
+    const char* summary;
+};
+
+const std::map<QString, Subcommand>& subcommands() {
+    static const std::map<QString, Subcommand> table{
+        {QStringLiteral("prompt"),
+         {promptCommand, "print the message list a contact would be sent"}},
+        {QStringLiteral("parse-reply"),
+         {parseReplyCommand, "turn a raw model completion (standard input) into a reply"}},
+    };
+    return table;
+}
+
+QByteArray usage() {
+    QByteArray text = "Usage: quillo-tool COMMAND [OPTIONS]\n\n"
+                      "The command-line companion of Quillo. Commands:\n";
+    for (const auto& [name, command] : subcommands())
+        text += "  " + name.toUtf8().leftJustified(14) + command.summary + '\n';
+    text += "\nEach command takes --help. Exit status: 0 done, 1 no result, 2 bad arguments "
+            "or input.";
+    return text;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("quillo-tool"));
+    QStringList arguments = QCoreApplication::arguments().mid(1);
+
+    if (arguments.isEmpty()) {
+        printError(QStringLiteral("which command? (see quillo-tool --help)"));
+        return BadInput;
+    }
+    const QString name = arguments.takeFirst();
+    if (name == u"--help" || name == u"-h" || name == u"help") {
+        printLine(usage());
+        return Success;
+    }
+    const auto command = subcommands().find(name);
+    if (command == subcommands().end()) {
+        printError(QStringLiteral("unknown command ") + name +
+                   QStringLiteral(" (see quillo-tool --help)"));
+        return BadInput;
+    }
+    return command->second.run(arguments);
+}
