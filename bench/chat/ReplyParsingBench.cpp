@@ -40,21 +40,20 @@ void BM_LenientJsonParse(benchmark::State& state) {
 }
 BENCHMARK(BM_LenientJsonParse);
 
-void BM_BotReplyClean(benchmark::State& state) {
+void packReplies(benchmark::State& state, const QString& raw) {
     BotProfile bot;
     bot.targetLanguage = QStringLiteral("Any language");
-    const QString raw = typicalCompletion();
     for (auto _ : state)
         benchmark::DoNotOptimize(ChatClient::botReply(raw, bot, 5));
+}
+
+void BM_BotReplyClean(benchmark::State& state) {
+    packReplies(state, typicalCompletion());
 }
 BENCHMARK(BM_BotReplyClean);
 
 void BM_BotReplyMessy(benchmark::State& state) {
-    BotProfile bot;
-    bot.targetLanguage = QStringLiteral("Any language");
-    const QString raw = messyCompletion();
-    for (auto _ : state)
-        benchmark::DoNotOptimize(ChatClient::botReply(raw, bot, 5));
+    packReplies(state, messyCompletion());
 }
 BENCHMARK(BM_BotReplyMessy);
 

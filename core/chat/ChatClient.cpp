@@ -42,14 +42,15 @@ QList<PromptMessage> ChatClient::prompt(const BotProfile& bot, const UserProfile
 
 Result<BotReply, ProviderError> ChatClient::botReply(const QString& raw, const BotProfile& bot,
                                                      int maxLines) {
-    const auto text = ReplyParser::parseReply(raw, maxLines);
+    const ReplyParser::Completion completion = ReplyParser::read(raw);
+    const auto text = ReplyParser::parseReply(completion, maxLines);
     if (!text)
         return ProviderError{200, QStringLiteral("Empty reply")};
     BotReply reply{*text, std::nullopt, std::nullopt,
-                   ReplyParser::field(raw, QStringLiteral("remember"))};
+                   ReplyParser::field(completion, QStringLiteral("remember"))};
     if (bot.isAnyLanguage()) {
-        reply.language = ReplyParser::field(raw, QStringLiteral("language"));
-        if (const auto level = ReplyParser::field(raw, QStringLiteral("level")))
+        reply.language = ReplyParser::field(completion, QStringLiteral("language"));
+        if (const auto level = ReplyParser::field(completion, QStringLiteral("level")))
             reply.level = fromWireString<CefrLevel>(level->left(2).toUpper());
     }
     return reply;

@@ -125,10 +125,20 @@ QString numberText(double number) {
 
 } // namespace
 
+Completion read(const QString& raw) {
+    Completion completion{clean(raw), std::nullopt};
+    completion.object = object(completion.text);
+    return completion;
+}
+
 std::optional<QString> parseReply(const QString& raw, int maxLines) {
-    const QString text = clean(raw);
+    return parseReply(read(raw), maxLines);
+}
+
+std::optional<QString> parseReply(const Completion& completion, int maxLines) {
+    const QString& text = completion.text;
     std::optional<QString> candidate;
-    if (const auto reply = object(text)) {
+    if (const auto& reply = completion.object) {
         candidate = textCandidate(*reply);
         if (!candidate)
             return std::nullopt;
@@ -147,7 +157,11 @@ std::optional<QString> parseReply(const QString& raw, int maxLines) {
 }
 
 std::optional<QString> field(const QString& raw, const QString& key) {
-    const auto reply = object(clean(raw));
+    return field(read(raw), key);
+}
+
+std::optional<QString> field(const Completion& completion, const QString& key) {
+    const auto& reply = completion.object;
     if (!reply)
         return std::nullopt;
     const QJsonValue value = reply->value(key);
