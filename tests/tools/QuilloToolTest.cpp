@@ -112,7 +112,7 @@ TEST_F(QuilloToolTest, ParseReplyPrintsTheReplyOrSaysThereIsNone) {
         R"({"message": "cut off)");
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.out.isEmpty());
-    EXPECT_EQ(run.err.trimmed(), "quillo-tool: Empty reply");
+    EXPECT_EQ(run.err, "Empty reply\n");
 }
 
 TEST_F(QuilloToolTest, BadInputGetsOneLineNamingTheFileAndField) {

@@ -52,7 +52,7 @@ int parseReplyCommand(const QStringList& arguments) {
     const QString raw = QString::fromUtf8(readStandardInput());
     const auto reply = ChatClient::botReply(raw, bot, maxLines);
     if (!reply) {
-        printError(reply.error().body);
+        printBareError(reply.error().body); // "Empty reply"
         return NoResult;
     }
     printLine(compactJson(reply->toJson()));

@@ -11,6 +11,11 @@ void printError(const QString& message) {
     std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
 }
 
+void printBareError(const QString& message) {
+    const QByteArray line = message.toUtf8() + '\n';
+    std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
+}
+
 void printLine(const QByteArray& utf8) {
     std::fwrite(utf8.constData(), 1, size_t(utf8.size()), stdout);
     std::fputc('\n', stdout);

@@ -14,6 +14,9 @@ namespace quillo::tool {
 // One line on standard error, prefixed with the program's name.
 void printError(const QString& message);
 
+// A line on standard error exactly as given, for answers that scripts compare.
+void printBareError(const QString& message);
+
 // Text on standard output, followed by a line break.
 void printLine(const QByteArray& utf8);
 
