@@ -1,0 +1,198 @@
+#include "StateStore.h"
+
+#include "AtomicFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QLoggingCategory>
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace quillo {
+
+namespace {
+
+Q_LOGGING_CATEGORY(lcState, "quillo.state")
+
+// Keys that only documents of an earlier release had at the top level.
+bool isEarlierFormat(const QJsonObject& object) {
+    return object.contains(u"provider") || object.contains(u"notificationPreferences");
+}
+
+// Why `bytes` cannot be used as the document; the reasons never quote the document itself.
+Result<StoredState, QString> decodeDocument(const QByteArray& bytes) {
+    QJsonParseError parseError;
+    const QJsonDocument json = QJsonDocument::fromJson(bytes, &parseError);
+    if (parseError.error != QJsonParseError::NoError) {
+        return QStringLiteral("not JSON (%1 at offset %2)")
+            .arg(parseError.errorString(), QString::number(parseError.offset));
+    }
+    if (!json.isObject())
+        return QStringLiteral("not a JSON object");
+    const QJsonObject object = json.object();
+    if (isEarlierFormat(object))
+        return QStringLiteral("in an earlier release's format");
+    auto decoded = StoredState::fromJson(object);
+    if (!decoded)
+        return QStringLiteral("undecodable (%1)").arg(decoded.error().message());
+    return std::move(decoded).value();
+}
+
+} // namespace
+
+struct StateStore::Writer {
+    Writer(QString file, const Clock& time)
+        : path(std::move(file))
+        , clock(time) {}
+
+    ~Writer() {
+        if (!thread.joinable())
+            return;
+        {
+            std::lock_guard lock(mutex);
+            stopping = true;
+        }
+        wake.notify_one();
+        thread.join();
+    }
+
+    // Started with the first save, so that a store that is only read costs no thread.
+    void startIfNeeded() {
+        if (!thread.joinable())
+            thread = std::thread([this] { run(); });
+    }
+
+    void run() {
+        std::unique_lock lock(mutex);
+        for (;;) {
+            wake.wait(lock, [this] { return stopping || !queue.empty(); });
+            if (queue.empty())
+                return; // stopping, and everything handed over is written
+            {
+                const StoredState state = std::move(queue.front());
+                queue.pop_front();
+                lock.unlock();
+                write(state);
+            }
+            lock.lock();
+            ++written;
+            idle.notify_all();
+        }
+    }
+
+    void write(const StoredState& state) {
+        const QByteArray bytes = QJsonDocument(state.toJson()).toJson(QJsonDocument::Compact);
+        const QString directory = QFileInfo(path).absolutePath();
+        if (!QDir().mkpath(directory)) {
+            qCWarning(lcState).noquote()
+                << "document not saved: could not create the directory" << directory;
+            return;
+        }
+        if (damagedFileInPlace && !clearDamagedFile())
+            return;
+        if (auto error = writeFileAtomically(path, bytes))
+            qCWarning(lcState).noquote() << "document not saved:" << error->message();
+    }
+
+    // Moves the file at `path` out of the way under a name that nothing reads again, so that
+    // the user can still recover it. False when it stays where it is.
+    bool setAside(const QString& reason) {
+        const QString name = QStringLiteral("state-before-sync-%1.json").arg(clock.nowMillis());
+        const QString aside = QFileInfo(path).dir().filePath(name);
+        QFile file(path);
+        if (!file.rename(aside)) {
+            qCCritical(lcState).noquote() << "the document at" << path << "is" << reason
+                                          << "and could not be set aside:" << file.errorString()
+                                          << "- it will not be written over";
+            return false;
+        }
+        qCWarning(lcState).noquote() << "the document was" << reason << "- set aside as" << aside;
+        return true;
+    }
+
+    // Before writing over a file that load() could not use and could not move: retry the move,
+    // or write anyway once the file has gone by other means.
+    bool clearDamagedFile() {
+        if (QFileInfo::exists(path) && !setAside(QStringLiteral("unusable"))) {
+            qCWarning(lcState) << "document not saved, to keep the unusable file";
+            return false;
+        }
+        damagedFileInPlace = false;
+        return true;
+    }
+
+    const QString path;
+    const Clock& clock;
+    std::atomic<bool> damagedFileInPlace = false;
+
+    std::mutex mutex;
+    std::condition_variable wake; // the writer: work or stop
+    std::condition_variable idle; // flush: a write finished
+    std::deque<StoredState> queue;
+    quint64 requested = 0;
+    quint64 written = 0;
+    bool stopping = false;
+    std::thread thread;
+};
+
+StateStore::StateStore(QString path)
+    : m_ownClock(std::make_unique<SystemClock>())
+    , m_writer(std::make_unique<Writer>(std::move(path), *m_ownClock)) {}
+
+StateStore::StateStore(QString path, const Clock& clock)
+    : m_writer(std::make_unique<Writer>(std::move(path), clock)) {}
+
+StateStore::~StateStore() = default; // the writer drains its queue before its thread ends
+
+const QString& StateStore::path() const {
+    return m_writer->path;
+}
+
+StoredState StateStore::load() {
+    QFile file(m_writer->path);
+    if (!file.exists())
+        return StoredState{};
+    QString problem;
+    if (!file.open(QIODevice::ReadOnly)) {
+        problem = QStringLiteral("unreadable (%1)").arg(file.errorString());
+    } else {
+        const QByteArray bytes = file.readAll();
+        if (file.error() != QFileDevice::NoError) {
+            problem = QStringLiteral("unreadable (%1)").arg(file.errorString());
+        } else {
+            auto document = decodeDocument(bytes);
+            if (document)
+                return std::move(document).value();
+            problem = document.error();
+        }
+    }
+    file.close();
+    // A file that is there but cannot be used would be gone after the next save: keep it.
+    if (!m_writer->setAside(problem))
+        m_writer->damagedFileInPlace = true;
+    return StoredState{};
+}
+
+void StateStore::save(StoredState state) {
+    m_writer->startIfNeeded();
+    {
+        std::lock_guard lock(m_writer->mutex);
+        m_writer->queue.push_back(std::move(state));
+        ++m_writer->requested;
+    }
+    m_writer->wake.notify_one();
+}
+
+void StateStore::flush() {
+    std::unique_lock lock(m_writer->mutex);
+    const quint64 target = m_writer->requested;
+    m_writer->idle.wait(lock, [&] { return m_writer->written >= target; });
+}
+
+} // namespace quillo
