@@ -1,0 +1,112 @@
+#include "ChatRepository.h"
+
+#include "store/StateStore.h"
+
+namespace quillo {
+
+ChatRepository::ChatRepository(StateStore& store, const Clock& clock, QObject* parent)
+    : QObject(parent)
+    , m_store(store)
+    , m_clock(clock)
+    , m_state(store.load())
+    , m_editing(*this)
+    , m_conversation(*this) {
+    qRegisterMetaType<quillo::StoredState>();
+}
+
+ChatRepository::~ChatRepository() = default;
+
+void ChatRepository::flush() {
+    m_store.flush();
+}
+
+bool ChatRepository::apply(const Edit& edit, Languages languages) {
+    // Copying is cheap: the lists are shared until the edit touches them.
+    StoredState next = m_state;
+    edit(next);
+    if (languages == Languages::Rebuild)
+        next = next.withSyncedLanguages();
+    if (next == m_state)
+        return false;
+    m_state = std::move(next);
+    // Saved before observers hear of it, so that an observer's own edit is written after this.
+    m_store.save(m_state);
+    Q_EMIT stateChanged(m_state);
+    return true;
+}
+
+void ChatRepository::reportError(const QString& line) {
+    Q_EMIT errorOccurred(line);
+}
+
+void ChatRepository::completeOnboarding(const QString& name, const QString& nativeLanguage,
+                                        const QStringList& languages,
+                                        const QStringList& interests) {
+    m_editing.completeOnboarding(name, nativeLanguage, languages, interests);
+}
+
+void ChatRepository::saveProfile(const ProfileEditing::ProfileEdit& edit) {
+    m_editing.saveProfile(edit);
+}
+
+void ChatRepository::saveLanguage(const LanguageSettings& settings) {
+    m_editing.saveLanguage(settings);
+}
+
+void ChatRepository::saveBot(const BotProfile& bot) {
+    m_editing.saveBot(bot);
+}
+
+void ChatRepository::forget(const QString& botId, const std::optional<QString>& memory) {
+    m_editing.forget(botId, memory);
+}
+
+void ChatRepository::removeBots(const QStringList& ids) {
+    m_editing.removeBots(ids);
+}
+
+void ChatRepository::addLanguage(const QString& name) {
+    m_editing.addLanguage(name);
+}
+
+void ChatRepository::removeLanguage(const QString& name) {
+    m_editing.removeLanguage(name);
+}
+
+void ChatRepository::setNotificationsEnabled(bool on) {
+    m_editing.setNotificationsEnabled(on);
+}
+
+void ChatRepository::setTheme(ThemeChoice choice) {
+    m_editing.setTheme(choice);
+}
+
+void ChatRepository::setTextSettings(const TextSettings& settings) {
+    m_editing.setTextSettings(settings);
+}
+
+void ChatRepository::setSpeechLanguage(const QString& name) {
+    m_editing.setSpeechLanguage(name);
+}
+
+void ChatRepository::setWordTranslations(bool on) {
+    m_editing.setWordTranslations(on);
+}
+
+void ChatRepository::setBotsCanStartConversations(bool on) {
+    m_editing.setBotsCanStartConversations(on);
+}
+
+void ChatRepository::markRead(const QString& botId) {
+    m_editing.markRead(botId);
+}
+
+void ChatRepository::openConversation(const QString& botId) {
+    m_editing.openConversation(botId);
+}
+
+void ChatRepository::addUserMessage(const QString& botId, const QString& text) {
+    m_conversation.addUserMessage(botId, text);
+}
+
+} // namespace quillo

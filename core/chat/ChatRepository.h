@@ -1,0 +1,79 @@
+#pragma once
+
+#include "chat/ConversationFlow.h"
+#include "chat/DocumentAccess.h"
+#include "chat/ProfileEditing.h"
+#include "model/StoredState.h"
+
+#include <QObject>
+#include <QSet>
+
+namespace quillo {
+
+class StateStore;
+
+// The one owner of the live document. Screens read it here and change it only through these
+// operations; each change is compared with the current document and, when it differs,
+// published and saved. The operations themselves live in focused parts beside this class.
+class ChatRepository : public QObject, private DocumentAccess {
+    Q_OBJECT
+
+public:
+    // Loads the document once; the store and the clock must outlive the repository.
+    ChatRepository(StateStore& store, const Clock& clock, QObject* parent = nullptr);
+    ~ChatRepository() override;
+
+    const StoredState& state() const { return m_state; }
+
+    // Contacts for which a reply is being produced.
+    const QSet<QString>& typing() const { return m_typing; }
+
+    // Returns once every save so far is on disk.
+    void flush();
+
+    // Editing (see ProfileEditing).
+    void completeOnboarding(const QString& name, const QString& nativeLanguage,
+                            const QStringList& languages, const QStringList& interests);
+    void saveProfile(const ProfileEditing::ProfileEdit& edit);
+    void saveLanguage(const LanguageSettings& settings);
+    void saveBot(const BotProfile& bot);
+    void forget(const QString& botId, const std::optional<QString>& memory = std::nullopt);
+    void removeBots(const QStringList& ids);
+    void addLanguage(const QString& name);
+    void removeLanguage(const QString& name);
+    void setNotificationsEnabled(bool on);
+    void setTheme(ThemeChoice choice);
+    void setTextSettings(const TextSettings& settings);
+    void setSpeechLanguage(const QString& name);
+    void setWordTranslations(bool on);
+    void setBotsCanStartConversations(bool on);
+    void markRead(const QString& botId);
+    void openConversation(const QString& botId);
+
+    // Conversation (see ConversationFlow).
+    void addUserMessage(const QString& botId, const QString& text);
+
+Q_SIGNALS:
+    void stateChanged(const quillo::StoredState& state);
+    void typingChanged(const QSet<QString>& typing);
+    // One user-facing line per failure; nothing is kept.
+    void errorOccurred(const QString& message);
+
+private:
+    // DocumentAccess, for the parts.
+    const StoredState& document() const override { return m_state; }
+    bool apply(const Edit& edit, Languages languages) override;
+    void reportError(const QString& line) override;
+    const Clock& clock() const override { return m_clock; }
+
+    StateStore& m_store;
+    const Clock& m_clock;
+    StoredState m_state;
+    QSet<QString> m_typing;
+    ProfileEditing m_editing;
+    ConversationFlow m_conversation;
+};
+
+} // namespace quillo
+
+Q_DECLARE_METATYPE(quillo::StoredState)
