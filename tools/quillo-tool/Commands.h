@@ -7,7 +7,7 @@ namespace quillo::tool {
 // Exit statuses shared by every subcommand.
 enum Exit : int {
     Success = 0,
-    NoResult = 1, // the input was fine but yielded nothing (no reply, no reading)
+    NoResult = 1, // the answer is no: no reply, no reading, a document the app would not load
     BadInput = 2, // bad arguments, an unreadable file, JSON that does not decode
 };
 
@@ -15,5 +15,6 @@ enum Exit : int {
 // status. They print results on standard output and one-line errors on standard error.
 int promptCommand(const QStringList& arguments);
 int parseReplyCommand(const QStringList& arguments);
+int documentCommand(const QStringList& arguments);
 
 } // namespace quillo::tool

@@ -21,6 +21,8 @@ const std::map<QString, Subcommand>& subcommands() {
          {promptCommand, "print the message list a contact would be sent"}},
         {QStringLiteral("parse-reply"),
          {parseReplyCommand, "turn a raw model completion (standard input) into a reply"}},
+        {QStringLiteral("document"),
+         {documentCommand, "check or normalize a state document (check|normalize FILE)"}},
     };
     return table;
 }
