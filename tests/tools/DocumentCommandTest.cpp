@@ -1,29 +1,18 @@
+#include "ToolRunner.h"
+
 #include "model/StoredState.h"
 
 #include <gtest/gtest.h>
 
 #include <QJsonDocument>
-#include <QProcess>
 #include <QTemporaryDir>
 
 using namespace quillo;
 
 namespace {
 
-struct ToolRun {
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
 ToolRun document(const QStringList& arguments) {
-    QProcess process;
-    process.start(QStringLiteral(QUILLO_TOOL_PATH),
-                  QStringList{QStringLiteral("document")} + arguments);
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished(30000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << "crashed";
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    return runQuilloTool(QStringList{QStringLiteral("document")} + arguments);
 }
 
 const QString check = QStringLiteral("check");

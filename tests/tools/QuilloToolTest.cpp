@@ -1,3 +1,5 @@
+#include "ToolRunner.h"
+
 #include "chat/Prompts.h"
 
 #include <gtest/gtest.h>
@@ -5,28 +7,11 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 
 using namespace quillo;
 
 namespace {
-
-struct ToolRun {
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-ToolRun quilloTool(const QStringList& arguments, const QByteArray& input = {}) {
-    QProcess process;
-    process.start(QStringLiteral(QUILLO_TOOL_PATH), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished(30000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << "crashed";
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
 
 class QuilloToolTest : public ::testing::Test {
 protected:
@@ -62,9 +47,9 @@ TEST_F(QuilloToolTest, PromptPrintsTheWholeMessageList) {
         {"botId":"b","role":"USER","text":"hola"},
         {"botId":"b","role":"ASSISTANT","text":"¡Hola!"}])");
     const ToolRun run =
-        quilloTool({QStringLiteral("prompt"), QStringLiteral("--profile"), profile(),
-                    QStringLiteral("--bot"), bot(), QStringLiteral("--history"), history,
-                    QStringLiteral("--message"), QStringLiteral("¿qué tal?")});
+        runQuilloTool({QStringLiteral("prompt"), QStringLiteral("--profile"), profile(),
+                       QStringLiteral("--bot"), bot(), QStringLiteral("--history"), history,
+                       QStringLiteral("--message"), QStringLiteral("¿qué tal?")});
     ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(lineCount(run.out), 1);
     const QJsonArray list = jsonArray(run.out);
@@ -82,8 +67,8 @@ TEST_F(QuilloToolTest, PromptPrintsTheWholeMessageList) {
 }
 
 TEST_F(QuilloToolTest, PromptWithoutAMessageAsksTheContactToWriteFirst) {
-    const ToolRun run = quilloTool({QStringLiteral("prompt"), QStringLiteral("--profile"),
-                                    profile(), QStringLiteral("--bot"), bot()});
+    const ToolRun run = runQuilloTool({QStringLiteral("prompt"), QStringLiteral("--profile"),
+                                       profile(), QStringLiteral("--bot"), bot()});
     ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     const QJsonArray list = jsonArray(run.out);
     ASSERT_EQ(list.size(), 2);
@@ -97,17 +82,17 @@ TEST_F(QuilloToolTest, PromptWithoutAMessageAsksTheContactToWriteFirst) {
 TEST_F(QuilloToolTest, ParseReplyPrintsTheReplyOrSaysThereIsNone) {
     const QString any = write("any.json", R"({"displayName":"Polly","targetLanguage":"Any language",
                                             "topic":"","personality":"","styleNote":""})");
-    ToolRun run = quilloTool({QStringLiteral("parse-reply"), QStringLiteral("--max-lines"),
-                              QStringLiteral("1"), QStringLiteral("--bot"), any},
-                             "<think>hm</think>```json\n{\"message\":\"Hallo\\nzusammen\","
-                             "\"language\":\"German\",\"level\":\"a2\",\"remember\":\"\"}\n```");
+    ToolRun run = runQuilloTool({QStringLiteral("parse-reply"), QStringLiteral("--max-lines"),
+                                 QStringLiteral("1"), QStringLiteral("--bot"), any},
+                                "<think>hm</think>```json\n{\"message\":\"Hallo\\nzusammen\","
+                                "\"language\":\"German\",\"level\":\"a2\",\"remember\":\"\"}\n```");
     ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(QJsonDocument::fromJson(run.out).object(),
               (QJsonObject{{QStringLiteral("text"), QStringLiteral("Hallo")},
                            {QStringLiteral("language"), QStringLiteral("German")},
                            {QStringLiteral("level"), QStringLiteral("A2")}}));
 
-    run = quilloTool(
+    run = runQuilloTool(
         {QStringLiteral("parse-reply"), QStringLiteral("--max-lines"), QStringLiteral("2")},
         R"({"message": "cut off)");
     EXPECT_EQ(run.exitCode, 1);
@@ -138,7 +123,7 @@ TEST_F(QuilloToolTest, BadInputGetsOneLineNamingTheFileAndField) {
         {{QStringLiteral("frobnicate")}, QStringLiteral("unknown command frobnicate")},
     };
     for (const auto& [arguments, message] : cases) {
-        const ToolRun run = quilloTool(arguments);
+        const ToolRun run = runQuilloTool(arguments);
         EXPECT_EQ(run.exitCode, 2) << arguments.join(u' ').toStdString();
         EXPECT_TRUE(run.out.isEmpty());
         EXPECT_EQ(lineCount(run.err), 1) << run.err.toStdString();
