@@ -1,6 +1,7 @@
 // Any bytes as a state document: decoding never crashes, whatever decodes survives the trip
 // through its own encoding unchanged, and the document operations hold their promises on it:
 // no merge loses a message id of either side.
+#include "model/DocumentWriter.h"
 #include "model/StoredState.h"
 
 #include <QJsonDocument>
@@ -52,6 +53,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     const auto again = StoredState::fromJson(state.toJson());
     require(again.ok() && again.value() == state);
+    // What the state store writes reads back as the same document.
+    const auto written =
+        StoredState::fromJson(QJsonDocument::fromJson(compactDocumentJson(state)).object());
+    require(written.ok() && written.value() == state);
 
     for (const BotProfile& bot : state.bots)
         (void)state.unreadCount(bot.id);

@@ -2,6 +2,8 @@
 
 #include "AtomicFile.h"
 
+#include "model/DocumentWriter.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -87,7 +89,7 @@ struct StateStore::Writer {
     }
 
     void write(const StoredState& state) {
-        const QByteArray bytes = QJsonDocument(state.toJson()).toJson(QJsonDocument::Compact);
+        const QByteArray bytes = compactDocumentJson(state);
         const QString directory = QFileInfo(path).absolutePath();
         if (!QDir().mkpath(directory)) {
             qCWarning(lcState).noquote()
