@@ -1,0 +1,271 @@
+#include "PostgresStorage.h"
+
+#include "AccountEmail.h"
+#include "Migration.h"
+#include "PostgresConnection.h"
+
+#include <algorithm>
+
+namespace quillo::server {
+
+namespace {
+
+using Params = PostgresParams;
+
+// Taken for the whole of migrate(), per schema, so that processes starting together apply each
+// step once and in order; the server drops it by itself if a process dies holding it.
+constexpr const char* lockMigrations =
+    "SELECT pg_advisory_lock(hashtext('quillo-server migrations'),"
+    " hashtext(coalesce(current_schema(), '')))";
+constexpr const char* unlockMigrations =
+    "SELECT pg_advisory_unlock(hashtext('quillo-server migrations'),"
+    " hashtext(coalesce(current_schema(), '')))";
+
+AccountRow accountFrom(const PostgresResult& result) {
+    return AccountRow{result.int64At(0, 0), result.textAt(0, 1), result.textAt(0, 2),
+                      result.int64At(0, 3)};
+}
+
+void applyMigration(PostgresConnection& db, const Migration& migration) {
+    db.exec("BEGIN");
+    try {
+        const auto applied = db.exec("SELECT 1 FROM schema_migrations WHERE version = $1",
+                                     Params().add(qint64(migration.version)));
+        if (applied.rows() == 0) {
+            for (const char* statement : migration.statements)
+                db.exec(statement);
+            db.exec("INSERT INTO schema_migrations (version) VALUES ($1)",
+                    Params().add(qint64(migration.version)));
+        }
+        db.exec("COMMIT");
+    } catch (...) {
+        db.tryExec("ROLLBACK");
+        throw;
+    }
+}
+
+} // namespace
+
+// A connection borrowed from the pool for one call; given back only if it is still usable.
+class PostgresStorage::Lease {
+public:
+    explicit Lease(PostgresStorage& storage)
+        : m_storage(storage) {
+        std::unique_lock lock(storage.m_mutex);
+        storage.m_returned.wait(
+            lock, [&] { return !storage.m_idle.empty() || storage.m_open < storage.m_max; });
+        if (!storage.m_idle.empty()) {
+            m_connection = std::move(storage.m_idle.back());
+            storage.m_idle.pop_back();
+            return;
+        }
+        ++storage.m_open;
+        lock.unlock();
+        try {
+            m_connection = std::make_unique<PostgresConnection>(storage.m_url);
+        } catch (...) {
+            lock.lock();
+            --storage.m_open;
+            storage.m_returned.notify_one();
+            throw;
+        }
+    }
+    ~Lease() {
+        std::lock_guard lock(m_storage.m_mutex);
+        if (m_connection->reusable())
+            m_storage.m_idle.push_back(std::move(m_connection));
+        else
+            --m_storage.m_open;
+        m_storage.m_returned.notify_one();
+    }
+    Lease(const Lease&) = delete;
+    Lease& operator=(const Lease&) = delete;
+
+    PostgresConnection& connection() { return *m_connection; }
+
+private:
+    PostgresStorage& m_storage;
+    std::unique_ptr<PostgresConnection> m_connection;
+};
+
+PostgresStorage::PostgresStorage(const QString& url, int maxConnections)
+    : m_url(url)
+    , m_max(std::max(1, maxConnections)) {
+    Lease first(*this);
+}
+
+PostgresStorage::~PostgresStorage() = default;
+
+template <typename F>
+auto PostgresStorage::withConnection(F&& work) {
+    Lease lease(*this);
+    return work(lease.connection());
+}
+
+void PostgresStorage::migrate() {
+    withConnection([](PostgresConnection& db) {
+        db.exec(lockMigrations);
+        try {
+            db.exec("CREATE TABLE IF NOT EXISTS schema_migrations ("
+                    " version INTEGER PRIMARY KEY,"
+                    " applied_at TIMESTAMPTZ NOT NULL DEFAULT now())");
+            for (const Migration& migration : postgresMigrations())
+                applyMigration(db, migration);
+        } catch (...) {
+            db.tryExec(unlockMigrations);
+            throw;
+        }
+        db.exec(unlockMigrations);
+    });
+}
+
+bool PostgresStorage::ping() {
+    try {
+        return withConnection(
+            [](PostgresConnection& db) { return db.exec("SELECT 1").rows() == 1; });
+    } catch (const StorageError&) {
+        return false;
+    }
+}
+
+AccountRow PostgresStorage::ensureAccount(const QString& email, const QString& name, qint64 now) {
+    return withConnection([&](PostgresConnection& db) {
+        return accountFrom(db.exec("INSERT INTO accounts (email, name, created_at)"
+                                   " VALUES ($1, $2, $3)"
+                                   " ON CONFLICT (email) DO UPDATE SET name = CASE"
+                                   " WHEN accounts.name = '' THEN excluded.name"
+                                   " ELSE accounts.name END"
+                                   " RETURNING id, email, name, created_at",
+                                   Params().add(normalizedEmail(email)).add(name).add(now)));
+    });
+}
+
+std::optional<AccountRow> PostgresStorage::account(qint64 accountId) {
+    return withConnection([&](PostgresConnection& db) -> std::optional<AccountRow> {
+        const auto result = db.exec("SELECT id, email, name, created_at FROM accounts"
+                                    " WHERE id = $1",
+                                    Params().add(accountId));
+        if (result.rows() == 0)
+            return std::nullopt;
+        return accountFrom(result);
+    });
+}
+
+void PostgresStorage::deleteAccount(qint64 accountId) {
+    withConnection([&](PostgresConnection& db) {
+        db.exec("DELETE FROM accounts WHERE id = $1", Params().add(accountId));
+    });
+}
+
+void PostgresStorage::createSession(qint64 accountId, const QByteArray& tokenHash, qint64 now) {
+    withConnection([&](PostgresConnection& db) {
+        db.exec("INSERT INTO sessions (token_hash, account_id, created_at, last_used_at)"
+                " VALUES ($1, $2, $3, $3)",
+                Params().add(tokenHash).add(accountId).add(now));
+    });
+}
+
+std::optional<SessionRow> PostgresStorage::useSession(const QByteArray& tokenHash,
+                                                      qint64 idleCutoff, qint64 now) {
+    return withConnection([&](PostgresConnection& db) -> std::optional<SessionRow> {
+        const auto recent =
+            db.exec("SELECT account_id, last_used_at FROM sessions"
+                    " WHERE token_hash = $1 AND last_used_at >= $2",
+                    Params().add(tokenHash).add(std::max(idleCutoff, now - sessionTouchInterval)));
+        if (recent.rows() > 0)
+            return SessionRow{recent.int64At(0, 0), recent.int64At(0, 1)};
+        // GREATEST: a clock that stepped back does not age a session.
+        const auto result = db.exec("UPDATE sessions SET last_used_at = GREATEST(last_used_at, $3)"
+                                    " WHERE token_hash = $1 AND last_used_at >= $2"
+                                    " RETURNING account_id, last_used_at",
+                                    Params().add(tokenHash).add(idleCutoff).add(now));
+        if (result.rows() == 0)
+            return std::nullopt;
+        return SessionRow{result.int64At(0, 0), result.int64At(0, 1)};
+    });
+}
+
+void PostgresStorage::addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) {
+    withConnection([&](PostgresConnection& db) {
+        db.exec("INSERT INTO access_codes (code_hash, account_id, created_at)"
+                " VALUES ($1, $2, $3)",
+                Params().add(codeHash).add(accountId).add(now));
+    });
+}
+
+std::optional<qint64> PostgresStorage::accountForAccessCode(const QByteArray& codeHash) {
+    return withConnection([&](PostgresConnection& db) -> std::optional<qint64> {
+        const auto result = db.exec("SELECT account_id FROM access_codes WHERE code_hash = $1",
+                                    Params().add(codeHash));
+        if (result.rows() == 0)
+            return std::nullopt;
+        return result.int64At(0, 0);
+    });
+}
+
+int PostgresStorage::repliesOn(qint64 accountId, qint64 day) {
+    return withConnection([&](PostgresConnection& db) {
+        const auto result =
+            db.exec("SELECT count FROM reply_counts WHERE account_id = $1 AND day = $2",
+                    Params().add(accountId).add(day));
+        return result.rows() == 0 ? 0 : int(result.int64At(0, 0));
+    });
+}
+
+bool PostgresStorage::reserveReply(qint64 accountId, qint64 day, int limit) {
+    if (limit <= 0)
+        return false;
+    return withConnection([&](PostgresConnection& db) {
+        // The row lock of the upsert makes concurrent reservations queue, and the WHERE is
+        // checked against the count each one finds.
+        return db.exec("INSERT INTO reply_counts (account_id, day, count) VALUES ($1, $2, 1)"
+                       " ON CONFLICT (account_id, day) DO UPDATE"
+                       " SET count = reply_counts.count + 1 WHERE reply_counts.count < $3",
+                       Params().add(accountId).add(day).add(qint64(limit)))
+                   .affected() == 1;
+    });
+}
+
+void PostgresStorage::releaseReply(qint64 accountId, qint64 day) {
+    withConnection([&](PostgresConnection& db) {
+        db.exec("UPDATE reply_counts SET count = count - 1"
+                " WHERE account_id = $1 AND day = $2 AND count > 0",
+                Params().add(accountId).add(day));
+    });
+}
+
+std::optional<DocumentRow> PostgresStorage::document(qint64 accountId) {
+    return withConnection([&](PostgresConnection& db) -> std::optional<DocumentRow> {
+        const auto result = db.exec("SELECT bytes, updated_at FROM documents"
+                                    " WHERE account_id = $1",
+                                    Params().add(accountId));
+        if (result.rows() == 0)
+            return std::nullopt;
+        return DocumentRow{result.bytesAt(0, 0), result.int64At(0, 1)};
+    });
+}
+
+PutResult PostgresStorage::putDocument(qint64 accountId, const QByteArray& bytes,
+                                       qint64 baseUpdatedAt, qint64 now) {
+    return withConnection([&](PostgresConnection& db) {
+        // A compare-and-set in one statement: a concurrent upload on the same base waits for
+        // the row lock, then finds the stamp changed and matches nothing.
+        const auto stored =
+            baseUpdatedAt == 0
+                ? db.exec("INSERT INTO documents (account_id, bytes, updated_at)"
+                          " VALUES ($1, $2, GREATEST($3, 1))"
+                          " ON CONFLICT (account_id) DO NOTHING RETURNING updated_at",
+                          Params().add(accountId).add(bytes).add(now))
+                : db.exec("UPDATE documents"
+                          " SET bytes = $2, updated_at = GREATEST($3, updated_at + 1)"
+                          " WHERE account_id = $1 AND updated_at = $4 RETURNING updated_at",
+                          Params().add(accountId).add(bytes).add(now).add(baseUpdatedAt));
+        if (stored.rows() == 1)
+            return PutResult{true, stored.int64At(0, 0)};
+        const auto current = db.exec("SELECT updated_at FROM documents WHERE account_id = $1",
+                                     Params().add(accountId));
+        return PutResult{false, current.rows() == 0 ? 0 : current.int64At(0, 0)};
+    });
+}
+
+} // namespace quillo::server

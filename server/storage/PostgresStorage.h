@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Storage.h"
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace quillo::server {
+
+class PostgresConnection;
+
+// Storage in a PostgreSQL database, which several service processes may share. Each call
+// borrows one connection from a small pool; a broken connection is dropped and replaced on
+// demand.
+class PostgresStorage final : public Storage {
+public:
+    // Connects once up front, so a wrong URL shows at start-up. Throws StorageError.
+    explicit PostgresStorage(const QString& url, int maxConnections = 8);
+    ~PostgresStorage() override;
+
+    void migrate() override;
+    bool ping() override;
+
+    AccountRow ensureAccount(const QString& email, const QString& name, qint64 now) override;
+    std::optional<AccountRow> account(qint64 accountId) override;
+    void deleteAccount(qint64 accountId) override;
+
+    void createSession(qint64 accountId, const QByteArray& tokenHash, qint64 now) override;
+    std::optional<SessionRow> useSession(const QByteArray& tokenHash, qint64 idleCutoff,
+                                         qint64 now) override;
+
+    void addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) override;
+    std::optional<qint64> accountForAccessCode(const QByteArray& codeHash) override;
+
+    int repliesOn(qint64 accountId, qint64 day) override;
+    bool reserveReply(qint64 accountId, qint64 day, int limit) override;
+    void releaseReply(qint64 accountId, qint64 day) override;
+
+    std::optional<DocumentRow> document(qint64 accountId) override;
+    PutResult putDocument(qint64 accountId, const QByteArray& bytes, qint64 baseUpdatedAt,
+                          qint64 now) override;
+
+private:
+    class Lease;
+
+    template <typename F>
+    auto withConnection(F&& work);
+
+    QString m_url;
+    std::mutex m_mutex;
+    std::condition_variable m_returned;
+    std::vector<std::unique_ptr<PostgresConnection>> m_idle;
+    int m_open = 0;
+    int m_max = 0;
+};
+
+} // namespace quillo::server

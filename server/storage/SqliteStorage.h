@@ -1,0 +1,65 @@
+#pragma once
+
+#include "Storage.h"
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace quillo::server {
+
+class SqliteConnection;
+
+// Storage in one SQLite file. Writes go through one connection, one at a time (SQLite allows a
+// single writer anyway, and queueing on a mutex beats polling its busy timeout); reads run on a
+// small pool of read-only connections in parallel with it, which WAL mode allows.
+class SqliteStorage final : public Storage {
+public:
+    // Creates the file and its directory when missing. ":memory:" keeps everything on the one
+    // writer connection. Throws StorageError.
+    explicit SqliteStorage(const QString& path, int maxReaders = 4);
+    ~SqliteStorage() override;
+
+    void migrate() override;
+    bool ping() override;
+
+    AccountRow ensureAccount(const QString& email, const QString& name, qint64 now) override;
+    std::optional<AccountRow> account(qint64 accountId) override;
+    void deleteAccount(qint64 accountId) override;
+
+    void createSession(qint64 accountId, const QByteArray& tokenHash, qint64 now) override;
+    std::optional<SessionRow> useSession(const QByteArray& tokenHash, qint64 idleCutoff,
+                                         qint64 now) override;
+
+    void addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) override;
+    std::optional<qint64> accountForAccessCode(const QByteArray& codeHash) override;
+
+    int repliesOn(qint64 accountId, qint64 day) override;
+    bool reserveReply(qint64 accountId, qint64 day, int limit) override;
+    void releaseReply(qint64 accountId, qint64 day) override;
+
+    std::optional<DocumentRow> document(qint64 accountId) override;
+    PutResult putDocument(qint64 accountId, const QByteArray& bytes, qint64 baseUpdatedAt,
+                          qint64 now) override;
+
+private:
+    class ReaderLease;
+
+    template <typename F>
+    auto write(F&& work);
+    template <typename F>
+    auto read(F&& work);
+
+    QString m_path;
+    std::mutex m_writerMutex;
+    std::unique_ptr<SqliteConnection> m_writer;
+
+    std::mutex m_readersMutex;
+    std::condition_variable m_readerReturned;
+    std::vector<std::unique_ptr<SqliteConnection>> m_idleReaders;
+    int m_openReaders = 0;
+    int m_maxReaders = 0;
+};
+
+} // namespace quillo::server

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+namespace quillo::server {
+
+// A failure of the database itself (unreachable, full, corrupt). Handlers answer it with a 503;
+// it never carries user data.
+class StorageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct AccountRow {
+    qint64 id = 0;
+    QString email; // lower case, unique
+    QString name;
+    qint64 createdAt = 0; // milliseconds since 1970
+};
+
+struct SessionRow {
+    qint64 accountId = 0;
+    qint64 lastUsedAt = 0;
+};
+
+struct DocumentRow {
+    QByteArray bytes;     // exactly as uploaded
+    qint64 updatedAt = 0; // version stamp; only grows
+};
+
+// What an upload did: stored under a new stamp, or refused because the caller's base is not
+// the current stamp.
+struct PutResult {
+    bool stored = false;
+    qint64 updatedAt = 0; // the new stamp when stored, else the current one (0: no document)
+};
+
+// Everything the service keeps, behind one interface with an SQLite and a PostgreSQL
+// implementation. Every query is scoped to one account id; no method reads across accounts.
+// Implementations are safe to call from many request threads at once. Failures of the database
+// throw StorageError.
+class Storage {
+public:
+    static constexpr qint64 sessionTouchInterval = 60'000; // milliseconds
+
+    virtual ~Storage() = default;
+
+    // Applies the schema migrations this build knows that the database has not seen yet.
+    virtual void migrate() = 0;
+    // Cheap round trip, for readiness checks.
+    virtual bool ping() = 0;
+
+    // The account of this e-mail address, created with `name` when there is none yet (an
+    // existing account keeps its name unless it has none).
+    virtual AccountRow ensureAccount(const QString& email, const QString& name, qint64 now) = 0;
+    virtual std::optional<AccountRow> account(qint64 accountId) = 0;
+    // Removes the account with its sessions, access codes, document and counters.
+    virtual void deleteAccount(qint64 accountId) = 0;
+
+    // Sessions are stored by the SHA-256 of their token only.
+    virtual void createSession(qint64 accountId, const QByteArray& tokenHash, qint64 now) = 0;
+    // The session, if it exists and was used at or after `idleCutoff`; touches it to `now`
+    // unless it was used within the last `sessionTouchInterval`, so that most authenticated
+    // requests read the session without a durable write.
+    virtual std::optional<SessionRow> useSession(const QByteArray& tokenHash, qint64 idleCutoff,
+                                                 qint64 now) = 0;
+
+    // Access codes (from `quillo-server invite`) are stored by their SHA-256 only, and stay
+    // valid until the account is deleted.
+    virtual void addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) = 0;
+    virtual std::optional<qint64> accountForAccessCode(const QByteArray& codeHash) = 0;
+
+    // Replies counted on `day` (days since 1970, UTC).
+    virtual int repliesOn(qint64 accountId, qint64 day) = 0;
+    // Takes one reply of the day's allowance if fewer than `limit` are taken; atomically, so
+    // concurrent requests never exceed the limit. Returns whether a reply was taken.
+    virtual bool reserveReply(qint64 accountId, qint64 day, int limit) = 0;
+    // Gives back a reserved reply whose request failed: only successful replies count.
+    virtual void releaseReply(qint64 accountId, qint64 day) = 0;
+
+    virtual std::optional<DocumentRow> document(qint64 accountId) = 0;
+    // Stores `bytes` when the current stamp equals `baseUpdatedAt` (0 meaning "no document
+    // yet"), as one compare-and-set, under a stamp greater than both the current one and `now`-
+    // derived candidates: max(now, current + 1).
+    virtual PutResult putDocument(qint64 accountId, const QByteArray& bytes, qint64 baseUpdatedAt,
+                                  qint64 now) = 0;
+};
+
+// "sqlite:PATH" or "postgres://..." / "postgresql://...". Throws StorageError for anything else
+// or when the database cannot be opened.
+std::unique_ptr<Storage> openStorage(const QString& databaseUrl);
+
+} // namespace quillo::server
