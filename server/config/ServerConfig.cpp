@@ -1,0 +1,238 @@
+#include "ServerConfig.h"
+
+#include <QDir>
+#include <QUrl>
+
+#include <limits>
+#include <optional>
+
+namespace quillo::server {
+
+namespace {
+
+struct Variable {
+    const char16_t* name;
+    const char16_t* defaultText;
+    const char16_t* meaning;
+};
+
+// The one list of variables: the help is printed from it, and the tests hold parsing to it.
+constexpr Variable variables[] = {
+    {u"QUILLO_SERVER_LISTEN", u"127.0.0.1:8787", u"address and port to listen on (host:port)"},
+    {u"QUILLO_DATABASE_URL", u"sqlite:$XDG_STATE_HOME/quillo/quillo.db",
+     u"sqlite:PATH or postgresql://...; XDG_STATE_HOME defaults to ~/.local/state"},
+    {u"QUILLO_MODEL_URL", u"http://127.0.0.1:8080/v1",
+     u"base URL of the OpenAI-compatible model endpoint"},
+    {u"QUILLO_MODEL_NAME", u"default", u"model name sent with each request"},
+    {u"QUILLO_MODEL_KEY", u"(none)", u"API key for the model endpoint"},
+    {u"QUILLO_MODEL_JSON_MODE", u"1", u"ask the model for a JSON object (1/0/true/false)"},
+    {u"QUILLO_MODEL_TIMEOUT", u"50", u"seconds to wait for one model reply"},
+    {u"QUILLO_DAILY_LIMIT", u"20", u"model replies per account per day"},
+    {u"QUILLO_GOOGLE_CLIENT_IDS", u"(none)",
+     u"Google OAuth client ids, comma-separated; none: no Google sign-in"},
+    {u"QUILLO_GOOGLE_JWKS_URL", u"https://www.googleapis.com/oauth2/v3/certs",
+     u"where Google's signing keys are fetched"},
+    {u"QUILLO_RELEASE_VERSION", u"(none)", u"newest app version, for the update check"},
+    {u"QUILLO_RELEASE_URL", u"(none)", u"where that version can be downloaded"},
+    {u"QUILLO_SERVER_THREADS", u"32", u"request threads"},
+    {u"QUILLO_MAX_BODY_BYTES", u"67108864", u"largest request body accepted, in bytes"},
+    {u"QUILLO_SESSION_IDLE_DAYS", u"30", u"days a session lasts without use"},
+};
+
+QString name(const char16_t* variable) {
+    return QString::fromUtf16(variable);
+}
+
+QString problem(const char16_t* variable, const QString& text) {
+    return name(variable) + QStringLiteral(": ") + text;
+}
+
+QString quoted(const QString& value) {
+    return u'"' + value + u'"';
+}
+
+// Parses the variables one by one; the first bad value stops the run with its error line.
+class Reader {
+public:
+    explicit Reader(const QProcessEnvironment& environment)
+        : m_environment(environment) {}
+
+    std::optional<QString> error;
+
+    // The trimmed value; empty when unset or blank, which means the default.
+    QString text(const char16_t* variable) const {
+        return m_environment.value(name(variable)).trimmed();
+    }
+
+    template <typename Number>
+    void number(const char16_t* variable, Number& target, qint64 minimum, qint64 maximum) {
+        const QString value = text(variable);
+        if (value.isEmpty() || error)
+            return;
+        bool ok = false;
+        const qint64 parsed = value.toLongLong(&ok);
+        if (!ok || parsed < minimum || parsed > maximum) {
+            const QString range = maximum == std::numeric_limits<qint64>::max()
+                                      ? QStringLiteral(" of at least ") + QString::number(minimum)
+                                      : QStringLiteral(" from ") + QString::number(minimum) +
+                                            QStringLiteral(" to ") + QString::number(maximum);
+            error =
+                problem(variable, quoted(value) + QStringLiteral(" is not a whole number") + range);
+            return;
+        }
+        target = Number(parsed);
+    }
+
+    void flag(const char16_t* variable, bool& target) {
+        const QString value = text(variable).toLower();
+        if (value.isEmpty() || error)
+            return;
+        if (value == u"1" || value == u"true")
+            target = true;
+        else if (value == u"0" || value == u"false")
+            target = false;
+        else
+            error = problem(variable,
+                            quoted(text(variable)) + QStringLiteral(" is not 1, 0, true or false"));
+    }
+
+    // URLs may carry credentials, so the error does not repeat the value.
+    void webUrl(const char16_t* variable, QString& target) {
+        const QString value = text(variable);
+        if (value.isEmpty() || error)
+            return;
+        const QUrl url(value, QUrl::StrictMode);
+        const QString scheme = url.scheme().toLower();
+        if (!url.isValid() || (scheme != u"http" && scheme != u"https") || url.host().isEmpty()) {
+            error = problem(variable, QStringLiteral("not an http or https URL"));
+            return;
+        }
+        target = value;
+    }
+
+    void listen(const char16_t* variable, QString& host, int& port) {
+        const QString value = text(variable);
+        if (value.isEmpty() || error)
+            return;
+        QString hostPart;
+        QString portPart;
+        if (value.startsWith(u'[')) { // [::1]:8787
+            const qsizetype close = value.indexOf(u"]:");
+            if (close > 1) {
+                hostPart = value.mid(1, close - 1);
+                portPart = value.mid(close + 2);
+            }
+        } else {
+            const qsizetype colon = value.lastIndexOf(u':');
+            hostPart = value.left(qMax<qsizetype>(colon, 0));
+            portPart = colon < 0 ? QString() : value.mid(colon + 1);
+            if (hostPart.contains(u':'))
+                hostPart.clear(); // a bare IPv6 address needs brackets around it
+        }
+        const bool hostOk = !hostPart.isEmpty() && !hostPart.contains(u' ') &&
+                            !hostPart.contains(u'/') && !hostPart.contains(u'[');
+        bool portOk = false;
+        const int parsedPort = portPart.toInt(&portOk);
+        if (!hostOk || !portOk || portPart.startsWith(u'+') || portPart.startsWith(u'-')) {
+            error = problem(variable, quoted(value) + QStringLiteral(" is not host:port"));
+            return;
+        }
+        if (parsedPort < 1 || parsedPort > 65535) {
+            error =
+                problem(variable, quoted(value) + QStringLiteral(" has a port outside 1 to 65535"));
+            return;
+        }
+        host = hostPart;
+        port = parsedPort;
+    }
+
+    void databaseUrl(const char16_t* variable, QString& target) {
+        const QString value = text(variable);
+        if (value.isEmpty() || error)
+            return;
+        const bool sqlite = value.startsWith(u"sqlite:") && value.size() > 7;
+        const bool postgres =
+            value.startsWith(u"postgresql://") || value.startsWith(u"postgres://");
+        if (!sqlite && !postgres) {
+            error = problem(variable, QStringLiteral("not sqlite:PATH or postgresql://..."));
+            return;
+        }
+        target = value;
+    }
+
+private:
+    const QProcessEnvironment& m_environment;
+};
+
+QString defaultDatabaseUrl(const QProcessEnvironment& environment) {
+    // XDG says a relative XDG_STATE_HOME is invalid and must be ignored.
+    QString stateHome = environment.value(QStringLiteral("XDG_STATE_HOME"));
+    if (stateHome.isEmpty() || QDir::isRelativePath(stateHome)) {
+        QString home = environment.value(QStringLiteral("HOME"));
+        if (home.isEmpty())
+            home = QDir::homePath();
+        stateHome = home + QStringLiteral("/.local/state");
+    }
+    return QStringLiteral("sqlite:") + stateHome + QStringLiteral("/quillo/quillo.db");
+}
+
+QStringList clientIds(const QString& text) {
+    QStringList ids;
+    for (const QString& part : text.split(u',')) {
+        const QString id = part.trimmed();
+        if (!id.isEmpty() && !ids.contains(id))
+            ids.append(id);
+    }
+    return ids;
+}
+
+} // namespace
+
+Result<ServerConfig, QString>
+ServerConfig::fromEnvironment(const QProcessEnvironment& environment) {
+    ServerConfig config;
+    config.databaseUrl = defaultDatabaseUrl(environment);
+    Reader reader(environment);
+
+    reader.listen(u"QUILLO_SERVER_LISTEN", config.listenHost, config.listenPort);
+    reader.databaseUrl(u"QUILLO_DATABASE_URL", config.databaseUrl);
+    reader.webUrl(u"QUILLO_MODEL_URL", config.modelUrl);
+    while (config.modelUrl.endsWith(u'/'))
+        config.modelUrl.chop(1); // paths such as "/chat/completions" are appended
+    if (const QString model = reader.text(u"QUILLO_MODEL_NAME"); !model.isEmpty())
+        config.modelName = model;
+    config.modelKey = reader.text(u"QUILLO_MODEL_KEY");
+    reader.flag(u"QUILLO_MODEL_JSON_MODE", config.modelJsonMode);
+    reader.number(u"QUILLO_MODEL_TIMEOUT", config.modelTimeoutSeconds, 1, 3600);
+    reader.number(u"QUILLO_DAILY_LIMIT", config.dailyLimit, 0, 1'000'000);
+    config.googleClientIds = clientIds(reader.text(u"QUILLO_GOOGLE_CLIENT_IDS"));
+    reader.webUrl(u"QUILLO_GOOGLE_JWKS_URL", config.googleJwksUrl);
+    config.releaseVersion = reader.text(u"QUILLO_RELEASE_VERSION");
+    reader.webUrl(u"QUILLO_RELEASE_URL", config.releaseUrl);
+    reader.number(u"QUILLO_SERVER_THREADS", config.threads, 1, 1024);
+    reader.number(u"QUILLO_MAX_BODY_BYTES", config.maxBodyBytes, 1024,
+                  std::numeric_limits<qint64>::max());
+    reader.number(u"QUILLO_SESSION_IDLE_DAYS", config.sessionIdleDays, 1, 3650);
+
+    if (reader.error)
+        return *reader.error;
+    return config;
+}
+
+QString ServerConfig::variablesHelp() {
+    qsizetype nameWidth = 0;
+    qsizetype defaultWidth = 0;
+    for (const Variable& variable : variables) {
+        nameWidth = qMax(nameWidth, name(variable.name).size());
+        defaultWidth = qMax(defaultWidth, name(variable.defaultText).size());
+    }
+    QString help = QStringLiteral("Environment variables (unset or empty means the default):\n");
+    for (const Variable& variable : variables) {
+        help += QStringLiteral("  ") + name(variable.name).leftJustified(nameWidth + 2) +
+                name(variable.defaultText).leftJustified(defaultWidth + 2) +
+                name(variable.meaning) + u'\n';
+    }
+    return help;
+}
+
+} // namespace quillo::server

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "common/Result.h"
+
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+
+namespace quillo::server {
+
+// Everything quillo-server is told, from environment variables only.
+struct ServerConfig {
+    QString listenHost = QStringLiteral("127.0.0.1"); // QUILLO_SERVER_LISTEN host:port
+    int listenPort = 8787;
+    QString databaseUrl; // QUILLO_DATABASE_URL; default sqlite: under the XDG state directory
+    QString modelUrl = QStringLiteral("http://127.0.0.1:8080/v1"); // QUILLO_MODEL_URL
+    QString modelName = QStringLiteral("default");                 // QUILLO_MODEL_NAME
+    QString modelKey;                                              // QUILLO_MODEL_KEY
+    bool modelJsonMode = true;                                     // QUILLO_MODEL_JSON_MODE
+    int modelTimeoutSeconds = 50;                                  // QUILLO_MODEL_TIMEOUT
+    int dailyLimit = 20;                                           // QUILLO_DAILY_LIMIT
+    QStringList googleClientIds;                                   // QUILLO_GOOGLE_CLIENT_IDS
+    QString googleJwksUrl =                                        // QUILLO_GOOGLE_JWKS_URL
+        QStringLiteral("https://www.googleapis.com/oauth2/v3/certs");
+    QString releaseVersion;                 // QUILLO_RELEASE_VERSION
+    QString releaseUrl;                     // QUILLO_RELEASE_URL
+    int threads = 32;                       // QUILLO_SERVER_THREADS
+    qint64 maxBodyBytes = 64 * 1024 * 1024; // QUILLO_MAX_BODY_BYTES
+    int sessionIdleDays = 30;               // QUILLO_SESSION_IDLE_DAYS
+
+    // The configuration the environment gives, or one line naming the variable that is wrong
+    // (the first one, in the order above). Values are trimmed; unset or blank means the default.
+    static Result<ServerConfig, QString> fromEnvironment(const QProcessEnvironment& environment);
+
+    // The table `quillo-server --help` prints: every variable with its default and meaning.
+    static QString variablesHelp();
+};
+
+} // namespace quillo::server

@@ -1,0 +1,162 @@
+#include "config/ServerConfig.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+
+using namespace quillo::server;
+
+namespace {
+
+QProcessEnvironment environment(std::initializer_list<std::pair<const char*, const char*>> values) {
+    QProcessEnvironment env(QProcessEnvironment::InheritFromParent);
+    env.clear();
+    for (const auto& [name, value] : values)
+        env.insert(QString::fromUtf8(name), QString::fromUtf8(value));
+    return env;
+}
+
+ServerConfig parsed(std::initializer_list<std::pair<const char*, const char*>> values) {
+    auto config = ServerConfig::fromEnvironment(environment(values));
+    EXPECT_TRUE(config) << config.error().toStdString();
+    return config ? *config : ServerConfig{};
+}
+
+TEST(ServerConfig, DefaultsWhenUnsetOrEmpty) {
+    qputenv("QUILLO_DAILY_LIMIT", "not read from the process");
+    const ServerConfig config = parsed({{"HOME", "/home/ana"},
+                                        {"QUILLO_SERVER_LISTEN", ""},
+                                        {"QUILLO_MODEL_JSON_MODE", "  "},
+                                        {"QUILLO_SERVER_THREADS", ""}});
+    qunsetenv("QUILLO_DAILY_LIMIT");
+    EXPECT_EQ(config.listenHost, u"127.0.0.1");
+    EXPECT_EQ(config.listenPort, 8787);
+    EXPECT_EQ(config.databaseUrl, u"sqlite:/home/ana/.local/state/quillo/quillo.db");
+    EXPECT_EQ(config.modelUrl, u"http://127.0.0.1:8080/v1");
+    EXPECT_EQ(config.modelName, u"default");
+    EXPECT_TRUE(config.modelKey.isEmpty());
+    EXPECT_TRUE(config.modelJsonMode);
+    EXPECT_EQ(config.modelTimeoutSeconds, 50);
+    EXPECT_EQ(config.dailyLimit, 20);
+    EXPECT_TRUE(config.googleClientIds.isEmpty());
+    EXPECT_EQ(config.googleJwksUrl, u"https://www.googleapis.com/oauth2/v3/certs");
+    EXPECT_EQ(config.threads, 32);
+    EXPECT_EQ(config.maxBodyBytes, 64 * 1024 * 1024);
+    EXPECT_EQ(config.sessionIdleDays, 30);
+
+    EXPECT_EQ(parsed({{"HOME", "/home/ana"}, {"XDG_STATE_HOME", "/var/state"}}).databaseUrl,
+              u"sqlite:/var/state/quillo/quillo.db");
+    EXPECT_EQ(parsed({{"HOME", "/home/ana"}, {"XDG_STATE_HOME", "relative"}}).databaseUrl,
+              u"sqlite:/home/ana/.local/state/quillo/quillo.db");
+}
+
+TEST(ServerConfig, ReadsEveryVariable) {
+    const ServerConfig config = parsed({
+        {"QUILLO_SERVER_LISTEN", "0.0.0.0:9000"},
+        {"QUILLO_DATABASE_URL", "postgresql://quillo@127.0.0.1:5432/quillo"},
+        {"QUILLO_MODEL_URL", "https://models.example.test/api/v1//"},
+        {"QUILLO_MODEL_NAME", "llama-3"},
+        {"QUILLO_MODEL_KEY", "sk-test"},
+        {"QUILLO_MODEL_JSON_MODE", "FALSE"},
+        {"QUILLO_MODEL_TIMEOUT", "120"},
+        {"QUILLO_DAILY_LIMIT", "0"},
+        {"QUILLO_GOOGLE_CLIENT_IDS", " a.apps.test , ,b.apps.test,a.apps.test"},
+        {"QUILLO_GOOGLE_JWKS_URL", "http://127.0.0.1:9999/certs"},
+        {"QUILLO_RELEASE_VERSION", "1.4.0"},
+        {"QUILLO_RELEASE_URL", "https://quillo.example.test/download"},
+        {"QUILLO_SERVER_THREADS", "4"},
+        {"QUILLO_MAX_BODY_BYTES", "1024"},
+        {"QUILLO_SESSION_IDLE_DAYS", "7"},
+    });
+    EXPECT_EQ(config.listenHost, u"0.0.0.0");
+    EXPECT_EQ(config.listenPort, 9000);
+    EXPECT_EQ(config.databaseUrl, u"postgresql://quillo@127.0.0.1:5432/quillo");
+    EXPECT_EQ(config.modelUrl, u"https://models.example.test/api/v1");
+    EXPECT_EQ(config.modelName, u"llama-3");
+    EXPECT_EQ(config.modelKey, u"sk-test");
+    EXPECT_FALSE(config.modelJsonMode);
+    EXPECT_EQ(config.modelTimeoutSeconds, 120);
+    EXPECT_EQ(config.dailyLimit, 0);
+    EXPECT_EQ(config.googleClientIds,
+              (QStringList{QStringLiteral("a.apps.test"), QStringLiteral("b.apps.test")}));
+    EXPECT_EQ(config.googleJwksUrl, u"http://127.0.0.1:9999/certs");
+    EXPECT_EQ(config.releaseVersion, u"1.4.0");
+    EXPECT_EQ(config.releaseUrl, u"https://quillo.example.test/download");
+    EXPECT_EQ(config.threads, 4);
+    EXPECT_EQ(config.maxBodyBytes, 1024);
+    EXPECT_EQ(config.sessionIdleDays, 7);
+
+    const ServerConfig ipv6 = parsed({{"QUILLO_SERVER_LISTEN", "[::1]:8080"},
+                                      {"QUILLO_DATABASE_URL", "sqlite:/tmp/q.db"},
+                                      {"QUILLO_MODEL_JSON_MODE", "0"}});
+    EXPECT_EQ(ipv6.listenHost, u"::1");
+    EXPECT_EQ(ipv6.listenPort, 8080);
+    EXPECT_EQ(ipv6.databaseUrl, u"sqlite:/tmp/q.db");
+    EXPECT_FALSE(ipv6.modelJsonMode);
+}
+
+TEST(ServerConfig, ABadValueNamesItsVariable) {
+    const std::pair<const char*, const char*> bad[] = {
+        {"QUILLO_SERVER_LISTEN", "8787"},
+        {"QUILLO_SERVER_LISTEN", "localhost"},
+        {"QUILLO_SERVER_LISTEN", ":8787"},
+        {"QUILLO_SERVER_LISTEN", "::1:8787"},
+        {"QUILLO_SERVER_LISTEN", "[::1]8787"},
+        {"QUILLO_SERVER_LISTEN", "localhost:http"},
+        {"QUILLO_SERVER_LISTEN", "localhost:0"},
+        {"QUILLO_SERVER_LISTEN", "localhost:65536"},
+        {"QUILLO_DATABASE_URL", "mysql://root:hunter2@db/quillo"},
+        {"QUILLO_DATABASE_URL", "sqlite:"},
+        {"QUILLO_MODEL_URL", "127.0.0.1:8080/v1"},
+        {"QUILLO_MODEL_URL", "ftp://models.example.test"},
+        {"QUILLO_MODEL_JSON_MODE", "yes"},
+        {"QUILLO_MODEL_TIMEOUT", "0"},
+        {"QUILLO_MODEL_TIMEOUT", "50s"},
+        {"QUILLO_DAILY_LIMIT", "-1"},
+        {"QUILLO_DAILY_LIMIT", "twenty"},
+        {"QUILLO_GOOGLE_JWKS_URL", "certs.json"},
+        {"QUILLO_RELEASE_URL", "https://"},
+        {"QUILLO_SERVER_THREADS", "0"},
+        {"QUILLO_SERVER_THREADS", "1.5"},
+        {"QUILLO_MAX_BODY_BYTES", "1023"},
+        {"QUILLO_MAX_BODY_BYTES", "99999999999999999999"},
+        {"QUILLO_SESSION_IDLE_DAYS", "0"},
+    };
+    for (const auto& [name, value] : bad) {
+        auto config = ServerConfig::fromEnvironment(environment({{name, value}}));
+        ASSERT_FALSE(config) << name << '=' << value;
+        EXPECT_TRUE(config.error().startsWith(QString::fromUtf8(name) + u':'))
+            << config.error().toStdString();
+        EXPECT_FALSE(config.error().contains(u'\n'));
+        EXPECT_FALSE(config.error().contains(u"hunter2")) << "the database password leaked";
+    }
+    EXPECT_EQ(ServerConfig::fromEnvironment(environment({{"QUILLO_SERVER_THREADS", "0"}})).error(),
+              u"QUILLO_SERVER_THREADS: \"0\" is not a whole number from 1 to 1024");
+}
+
+TEST(ServerConfig, HelpListsEveryVariableInColumns) {
+    const QString help = ServerConfig::variablesHelp();
+    const char* names[] = {
+        "QUILLO_SERVER_LISTEN",   "QUILLO_DATABASE_URL",    "QUILLO_MODEL_URL",
+        "QUILLO_MODEL_NAME",      "QUILLO_MODEL_KEY",       "QUILLO_MODEL_JSON_MODE",
+        "QUILLO_MODEL_TIMEOUT",   "QUILLO_DAILY_LIMIT",     "QUILLO_GOOGLE_CLIENT_IDS",
+        "QUILLO_GOOGLE_JWKS_URL", "QUILLO_RELEASE_VERSION", "QUILLO_RELEASE_URL",
+        "QUILLO_SERVER_THREADS",  "QUILLO_MAX_BODY_BYTES",  "QUILLO_SESSION_IDLE_DAYS",
+    };
+    QStringList rows = help.split(u'\n', Qt::SkipEmptyParts).filter(QStringLiteral("  QUILLO_"));
+    ASSERT_EQ(rows.size(), std::size(names)) << help.toStdString();
+    for (const char* name : names)
+        EXPECT_EQ(rows.filter(QString::fromUtf8(name) + u' ').size(), 1) << name;
+    // The defaults column starts at the same place on every row.
+    const auto defaultColumn = [](const QString& row) {
+        qsizetype i = row.indexOf(u' ', 2);
+        while (row.at(i) == u' ')
+            ++i;
+        return i;
+    };
+    for (const QString& row : rows)
+        EXPECT_EQ(defaultColumn(row), defaultColumn(rows.first())) << row.toStdString();
+    EXPECT_TRUE(rows.first().contains(u"127.0.0.1:8787"));
+}
+
+} // namespace
