@@ -2,6 +2,8 @@
 
 #include <QtGlobal>
 
+#include <atomic>
+
 namespace quillo {
 
 // Where the time comes from. Production reads the wall clock; tests hold a ManualClock and move

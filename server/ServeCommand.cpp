@@ -1,0 +1,87 @@
+#include "Commands.h"
+#include "auth/GoogleIdTokenVerifier.h"
+#include "common/Clock.h"
+#include "config/ServerConfig.h"
+#include "http/ApiServer.h"
+#include "storage/Storage.h"
+#include "upstream/ModelClient.h"
+
+#include <QLoggingCategory>
+#include <QProcessEnvironment>
+
+#include <atomic>
+#include <csignal>
+#include <pthread.h>
+#include <thread>
+
+namespace quillo::server {
+
+namespace {
+
+Q_LOGGING_CATEGORY(lcServer, "quillo.server")
+
+int serve(const ServerConfig& config, const sigset_t& stopSignals) {
+    const auto storage = openStorage(config.databaseUrl);
+    storage->migrate();
+    const SystemClock clock;
+    ModelClient model(config);
+    GoogleIdTokenVerifier verifier(config.googleJwksUrl, config.googleClientIds, clock);
+    ApiServer server(config, *storage, model, verifier, clock);
+    if (!server.bind()) {
+        printError(QStringLiteral("cannot listen on %1:%2")
+                       .arg(config.listenHost, QString::number(config.listenPort)));
+        return 1;
+    }
+    qCInfo(lcServer).noquote()
+        << "listening on"
+        << QStringLiteral("http://%1:%2").arg(config.listenHost).arg(server.port());
+
+    // The signals are blocked in every thread and taken here only, so a stop never lands in the
+    // middle of a request; stop() lets the requests in flight finish.
+    std::atomic<bool> stopping = false;
+    std::thread waiter([&] {
+        int received = 0;
+        sigwait(&stopSignals, &received);
+        if (stopping.exchange(true))
+            return;
+        qCInfo(lcServer).noquote() << "stopping: finishing the requests in flight";
+        server.stop();
+    });
+    const bool served = server.listen();
+    // listen() ended by itself: wake the waiter (the signal stays blocked, so this only ends its
+    // wait).
+    if (!stopping.exchange(true))
+        pthread_kill(waiter.native_handle(), SIGUSR1);
+    waiter.join();
+    qCInfo(lcServer) << "stopped";
+    return served ? 0 : 1;
+}
+
+} // namespace
+
+int serveCommand(const QStringList& arguments) {
+    if (!arguments.isEmpty()) {
+        printError(QStringLiteral("serve takes no arguments"));
+        return 2;
+    }
+    const auto config = ServerConfig::fromEnvironment(QProcessEnvironment::systemEnvironment());
+    if (!config) {
+        printError(config.error());
+        return 2;
+    }
+    // Blocked before any thread starts, so every thread inherits the mask.
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGTERM);
+    sigaddset(&stopSignals, SIGINT);
+    sigaddset(&stopSignals, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
+    try {
+        return serve(*config, stopSignals);
+    } catch (const StorageError& failure) {
+        printError(QStringLiteral("storage: %1").arg(QString::fromLocal8Bit(failure.what())));
+        return 1;
+    }
+}
+
+} // namespace quillo::server

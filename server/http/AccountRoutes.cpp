@@ -1,0 +1,47 @@
+#include "ApiContext.h"
+#include "HttpJson.h"
+#include "Router.h"
+#include "Routes.h"
+#include "storage/Storage.h"
+
+#include <httplib.h>
+
+namespace quillo::server {
+
+namespace {
+
+void showAccount(const ApiContext& api, const httplib::Request& request,
+                 httplib::Response& response) {
+    const auto caller = api.authenticate(request, response);
+    if (!caller)
+        return;
+    const auto account = api.storage.account(caller->accountId);
+    if (!account)
+        return sendError(response, 401, QStringLiteral("session expired"));
+    sendJson(response, 200,
+             {{QStringLiteral("sessionToken"), caller->token},
+              {QStringLiteral("account"), api.accountJson(*account, api.today())}});
+}
+
+void deleteAccount(const ApiContext& api, const httplib::Request& request,
+                   httplib::Response& response) {
+    const auto caller = api.authenticate(request, response);
+    if (!caller)
+        return;
+    api.storage.deleteAccount(caller->accountId);
+    sendJson(response, 200, {});
+}
+
+} // namespace
+
+void addAccountRoutes(Router& router, const ApiContext& api) {
+    router.get("/v1/account", [&api](const httplib::Request& request, httplib::Response& response) {
+        showAccount(api, request, response);
+    });
+    router.remove("/v1/account",
+                  [&api](const httplib::Request& request, httplib::Response& response) {
+                      deleteAccount(api, request, response);
+                  });
+}
+
+} // namespace quillo::server

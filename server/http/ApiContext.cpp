@@ -1,0 +1,63 @@
+#include "ApiContext.h"
+
+#include "HttpJson.h"
+#include "RequestLog.h"
+#include "auth/Secrets.h"
+#include "storage/Storage.h"
+
+#include <httplib.h>
+
+namespace quillo::server {
+
+namespace {
+
+constexpr qint64 millisPerDay = 24 * 60 * 60 * 1000;
+
+// The token of an "Authorization: Bearer TOKEN" header; empty when there is none.
+QString bearerToken(const httplib::Request& request) {
+    const QString header =
+        QString::fromStdString(request.get_header_value("Authorization")).trimmed();
+    const QString scheme = QStringLiteral("bearer ");
+    if (!header.startsWith(scheme, Qt::CaseInsensitive))
+        return {};
+    return header.mid(scheme.size()).trimmed();
+}
+
+} // namespace
+
+qint64 ApiContext::today() const {
+    const qint64 millis = now();
+    return millis >= 0 ? millis / millisPerDay : (millis - millisPerDay + 1) / millisPerDay;
+}
+
+QJsonObject ApiContext::accountJson(const AccountRow& account, qint64 day) const {
+    return {
+        {QStringLiteral("email"), account.email},
+        {QStringLiteral("name"), account.name},
+        {QStringLiteral("plan"), QStringLiteral("free")},
+        {QStringLiteral("repliesToday"), storage.repliesOn(account.id, day)},
+        {QStringLiteral("dailyLimit"), config.dailyLimit},
+        {QStringLiteral("plusDailyLimit"), config.dailyLimit},
+        {QStringLiteral("planSource"), QStringLiteral("self-hosted")},
+    };
+}
+
+std::optional<Caller> ApiContext::authenticate(const httplib::Request& request,
+                                               httplib::Response& response) const {
+    const QString token = bearerToken(request);
+    if (token.isEmpty()) {
+        sendError(response, 401, QStringLiteral("missing session token"));
+        return std::nullopt;
+    }
+    const qint64 at = now();
+    const qint64 idleCutoff = at - qint64(config.sessionIdleDays) * millisPerDay;
+    const auto session = storage.useSession(sha256(token.toUtf8()), idleCutoff, at);
+    if (!session) {
+        sendError(response, 401, QStringLiteral("session expired"));
+        return std::nullopt;
+    }
+    RequestLog::setAccount(session->accountId);
+    return Caller{session->accountId, token};
+}
+
+} // namespace quillo::server

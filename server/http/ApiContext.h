@@ -1,0 +1,53 @@
+#pragma once
+
+#include "common/Clock.h"
+#include "config/ServerConfig.h"
+
+#include <QJsonObject>
+#include <QString>
+
+#include <optional>
+
+namespace httplib {
+struct Request;
+struct Response;
+} // namespace httplib
+
+namespace quillo::server {
+
+class GoogleIdTokenVerifier;
+class ModelClient;
+class Storage;
+struct AccountRow;
+
+// Who is calling: the account behind the bearer token, and the token as presented (GET
+// /v1/account hands it back).
+struct Caller {
+    qint64 accountId = 0;
+    QString token;
+};
+
+// What every handler works with, and the few rules they share: the day a reply counts on, the
+// Account record the app reads, and who a bearer token belongs to.
+struct ApiContext {
+    const ServerConfig config;
+    Storage& storage;
+    ModelClient& model;
+    GoogleIdTokenVerifier& verifier;
+    const Clock& clock;
+
+    qint64 now() const { return clock.nowMillis(); }
+    // Days since 1970 in UTC: the daily allowance starts afresh at midnight UTC.
+    qint64 today() const;
+
+    // The app's Account record: usage on `day`, and this server's allowance (there is no paid
+    // plan on a self-hosted server, so both limits are the configured one).
+    QJsonObject accountJson(const AccountRow& account, qint64 day) const;
+
+    // The caller of a request that needs a session, its session touched as used. Without one it
+    // answers 401 itself and gives nothing.
+    std::optional<Caller> authenticate(const httplib::Request& request,
+                                       httplib::Response& response) const;
+};
+
+} // namespace quillo::server

@@ -1,0 +1,90 @@
+#include "AccessCode.h"
+#include "ApiContext.h"
+#include "HttpJson.h"
+#include "RequestLog.h"
+#include "Router.h"
+#include "Routes.h"
+#include "auth/GoogleIdTokenVerifier.h"
+#include "auth/Secrets.h"
+#include "storage/Storage.h"
+
+#include <httplib.h>
+
+namespace quillo::server {
+
+namespace {
+
+bool present(const QJsonValue& value) {
+    return !value.isUndefined() && !value.isNull();
+}
+
+// The account a Google ID token proves, or the answer already given.
+std::optional<AccountRow> googleAccount(const ApiContext& api, const QJsonValue& idToken,
+                                        httplib::Response& response) {
+    if (!idToken.isString()) {
+        sendError(response, 400, QStringLiteral("idToken: expected text"));
+        return std::nullopt;
+    }
+    if (!api.verifier.isConfigured()) {
+        sendError(response, 400, QStringLiteral("Google sign-in is not configured"));
+        return std::nullopt;
+    }
+    const auto identity = api.verifier.verify(idToken.toString());
+    if (!identity) {
+        // The reason names the failed check, never the token.
+        qCInfo(lcHttp).noquote() << "Google sign-in refused:" << identity.error();
+        sendError(response, 401, QStringLiteral("sign-in refused"));
+        return std::nullopt;
+    }
+    return api.storage.ensureAccount(identity->email, identity->name, api.now());
+}
+
+// The account an access code from `quillo-server invite` belongs to, or the answer given.
+std::optional<AccountRow> codeAccount(const ApiContext& api, const QJsonValue& reviewCode,
+                                      httplib::Response& response) {
+    if (!reviewCode.isString()) {
+        sendError(response, 400, QStringLiteral("reviewCode: expected text"));
+        return std::nullopt;
+    }
+    const QByteArray code = normalizedAccessCode(reviewCode.toString());
+    std::optional<AccountRow> account;
+    if (!code.isEmpty()) {
+        if (const auto accountId = api.storage.accountForAccessCode(sha256(code)))
+            account = api.storage.account(*accountId);
+    }
+    if (!account)
+        sendError(response, 401, QStringLiteral("unknown access code"));
+    return account;
+}
+
+void signIn(const ApiContext& api, const httplib::Request& request, httplib::Response& response) {
+    const auto body = jsonObjectBody(request);
+    if (!body)
+        return sendError(response, 400, body.error());
+    const QJsonValue idToken = body->value(u"idToken");
+    const QJsonValue reviewCode = body->value(u"reviewCode");
+    if (present(idToken) == present(reviewCode))
+        return sendError(response, 400, QStringLiteral("expected idToken or reviewCode"));
+
+    const auto account = present(idToken) ? googleAccount(api, idToken, response)
+                                          : codeAccount(api, reviewCode, response);
+    if (!account)
+        return;
+    RequestLog::setAccount(account->id);
+    const QByteArray token = randomToken(32);
+    api.storage.createSession(account->id, sha256(token), api.now());
+    sendJson(response, 200,
+             {{QStringLiteral("sessionToken"), QString::fromLatin1(token)},
+              {QStringLiteral("account"), api.accountJson(*account, api.today())}});
+}
+
+} // namespace
+
+void addSessionRoutes(Router& router, const ApiContext& api) {
+    router.post("/v1/session",
+                [&api](const httplib::Request& request, httplib::Response& response) {
+                    signIn(api, request, response);
+                });
+}
+
+} // namespace quillo::server

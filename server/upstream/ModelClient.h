@@ -1,0 +1,37 @@
+#pragma once
+
+#include "common/Result.h"
+#include "config/ServerConfig.h"
+
+#include <QJsonArray>
+#include <QString>
+
+namespace quillo::server {
+
+// Why the model gave no reply. The service never invents one: each kind maps to a status the
+// app knows to retry (429 busy, 502/503/504 failing, unreachable or slow).
+struct ModelFailure {
+    enum class Kind { Busy, Unreachable, Failed, TimedOut };
+    Kind kind = Kind::Failed;
+    QString detail; // for the log: status and reason, never message text
+};
+
+// Talks to an OpenAI-compatible chat-completions endpoint. Safe to use from many request
+// threads at once (one connection per call).
+class ModelClient {
+public:
+    explicit ModelClient(const ServerConfig& config);
+
+    // POST {model URL}/chat/completions with model, messages, max_tokens, temperature and, in
+    // JSON mode, a JSON response format; gives choices[0].message.content.
+    Result<QString, ModelFailure> complete(const QJsonArray& messages, int maxTokens,
+                                           double temperature) const;
+
+    // Whether the endpoint answers HTTP at all (GET {model URL}/models), for readiness.
+    bool reachable() const;
+
+private:
+    ServerConfig m_config;
+};
+
+} // namespace quillo::server

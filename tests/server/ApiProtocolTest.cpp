@@ -1,0 +1,231 @@
+#include "ServerTestSupport.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+
+using namespace quillo;
+using namespace quillo::server;
+using namespace quillo::server::apitest;
+
+namespace {
+
+using ApiProtocol = ApiTest;
+
+TEST_F(ApiProtocol, UnknownRoutesAndMethodsGetJsonErrors) {
+    const struct {
+        const char* method;
+        const char* path;
+        int status;
+        const char* allow;
+    } cases[] = {
+        {"GET", "/v2/reply", 404, ""},
+        {"GET", "/", 404, ""},
+        {"GET", "/v1/account/extra", 404, ""},
+        {"GET", "/v1/apps/mac.json", 404, ""},
+        {"GET", "/v1/reply", 405, "POST"},
+        {"PATCH", "/v1/state", 405, "GET, PUT"},
+        {"POST", "/v1/account", 405, "GET, DELETE"},
+        {"DELETE", "/healthz", 405, "GET"},
+    };
+    for (const auto& c : cases) {
+        const Answer answer = send(c.method, c.path, "{}");
+        EXPECT_EQ(answer.status, c.status) << c.method << ' ' << c.path;
+        EXPECT_EQ(answer.allow, c.allow) << c.method << ' ' << c.path;
+        EXPECT_EQ(answer.contentType, "application/json");
+        EXPECT_FALSE(answer.json.value(u"error").toString().isEmpty()) << c.path;
+    }
+}
+
+TEST_F(ApiProtocol, BodiesOverTheLimitGet413AndTheServerCarriesOn) {
+    const QString token = signIn(QStringLiteral("ana@example.com"));
+    const QByteArray large = "{\"state\":{\"speechLanguage\":\"" +
+                             QByteArray(int(config.maxBodyBytes), 'x') + "\"},\"baseUpdatedAt\":0}";
+    const Answer refused = send("PUT", "/v1/state", large, token);
+    EXPECT_EQ(refused.status, 413);
+    EXPECT_EQ(refused.json.value(u"error").toString(), u"body too large");
+    EXPECT_EQ(send("PUT", "/v1/state", "{\"state\":{},\"baseUpdatedAt\":0}", token).status, 200);
+}
+
+TEST_F(ApiProtocol, HostileBodiesGet400s) {
+    const QString token = signIn(QStringLiteral("ana@example.com"));
+    const QByteArray deep = QByteArray(20000, '[') + QByteArray(20000, ']');
+    const QList<QByteArray> bodies = {
+        deep,
+        "{\"state\":" + deep + ",\"messages\":" + deep + '}',
+        QByteArray("{\"reviewCode\":\"\xff\xfe\"}"),
+        QByteArray("{\"a\":\"\0\"}", 9),
+        "null",
+        "{\"maxTokens\":1e999999}",
+        "\"\\ud800\"",
+    };
+    for (const char* path : {"/v1/session", "/v1/reply"}) {
+        for (const QByteArray& body : bodies) {
+            const Answer answer = send("POST", path, body, token);
+            EXPECT_EQ(answer.status, 400) << path << ' ' << body.left(40).toStdString();
+            EXPECT_FALSE(answer.json.value(u"error").toString().isEmpty());
+        }
+    }
+    for (const QByteArray& body : bodies)
+        EXPECT_EQ(send("PUT", "/v1/state", body, token).status, 400) << body.left(40).toStdString();
+    EXPECT_EQ(get("/healthz").status, 200);
+}
+
+TEST_F(ApiProtocol, HealthReadinessAndRelease) {
+    EXPECT_EQ(get("/healthz").json,
+              QJsonObject({{QStringLiteral("status"), QStringLiteral("ok")}}));
+    const Answer ready = get("/readyz");
+    EXPECT_EQ(ready.status, 200);
+    EXPECT_EQ(ready.json.value(u"status").toString(), u"ready");
+    EXPECT_EQ(model.modelsRequests(), 1);
+
+    const Answer none = get("/v1/apps/mac");
+    EXPECT_EQ(none.status, 404);
+    EXPECT_FALSE(none.json.value(u"error").toString().isEmpty());
+    config.releaseVersion = QStringLiteral("1.4.2");
+    config.releaseUrl = QStringLiteral("/downloads/quillo-1.4.2.tar.gz");
+    restart();
+    EXPECT_EQ(
+        get("/v1/apps/mac").json,
+        QJsonObject({{QStringLiteral("version"), QStringLiteral("1.4.2")},
+                     {QStringLiteral("url"), QStringLiteral("/downloads/quillo-1.4.2.tar.gz")}}));
+}
+
+// Collects the request log while it lives. A line is written just after its answer, so a test
+// waits for the lines it expects rather than for time to pass.
+class LogCapture {
+public:
+    LogCapture() {
+        std::lock_guard lock(state().mutex);
+        state().lines.clear();
+        m_previous = qInstallMessageHandler(&LogCapture::handle);
+    }
+    ~LogCapture() { qInstallMessageHandler(m_previous); }
+
+    static QStringList waitForLines(int count) {
+        std::unique_lock lock(state().mutex);
+        state().added.wait_for(lock, std::chrono::seconds(10),
+                               [&] { return state().lines.size() >= count; });
+        return state().lines;
+    }
+
+private:
+    struct State {
+        std::mutex mutex;
+        std::condition_variable added;
+        QStringList lines;
+    };
+    static State& state() {
+        static State captured;
+        return captured;
+    }
+    static void handle(QtMsgType, const QMessageLogContext& context, const QString& message) {
+        if (QByteArrayView(context.category) != "quillo.http")
+            return;
+        std::lock_guard lock(state().mutex);
+        state().lines.append(message);
+        state().added.notify_all();
+    }
+    QtMessageHandler m_previous;
+};
+
+TEST_F(ApiProtocol, LogsOneLinePerRequestWithoutSecretsOrText) {
+    LogCapture capture;
+    const QString token = signIn(QStringLiteral("ana@example.com"));
+    model.script({ModelFixture::reply(QStringLiteral("respuesta secreta"))});
+    ASSERT_EQ(post("/v1/reply", replyRequest(QStringLiteral("mensaje secreto")), token).status,
+              200);
+    get("/v1/state?since=12345", token);
+    get("/nowhere");
+
+    const QStringList lines = LogCapture::waitForLines(4);
+    const QString all = lines.join(u'\n');
+    ASSERT_EQ(lines.size(), 4) << all.toStdString();
+    const QRegularExpression shapes[] = {
+        QRegularExpression(QStringLiteral("^POST /v1/session 200 \\d+ms account=1$")),
+        QRegularExpression(QStringLiteral("^POST /v1/reply 200 \\d+ms account=1$")),
+        QRegularExpression(QStringLiteral("^GET /v1/state 200 \\d+ms account=1$")),
+        QRegularExpression(QStringLiteral("^GET /nowhere 404 \\d+ms$")),
+    };
+    for (const QRegularExpression& shape : shapes)
+        EXPECT_EQ(lines.filter(shape).size(), 1) << shape.pattern().toStdString();
+    for (const QString& secret : {token, QStringLiteral("secret"), QStringLiteral("12345")})
+        EXPECT_FALSE(all.contains(secret)) << secret.toStdString();
+}
+
+// The real storage, until a test pulls the plug.
+class SwitchableStorage final : public Storage {
+public:
+    explicit SwitchableStorage(Storage& inner)
+        : m_inner(inner) {}
+    std::atomic<bool> down = false;
+
+    void migrate() override { check().migrate(); }
+    bool ping() override { return check().ping(); }
+    AccountRow ensureAccount(const QString& email, const QString& name, qint64 now) override {
+        return check().ensureAccount(email, name, now);
+    }
+    std::optional<AccountRow> account(qint64 id) override { return check().account(id); }
+    void deleteAccount(qint64 id) override { check().deleteAccount(id); }
+    void createSession(qint64 id, const QByteArray& hash, qint64 now) override {
+        check().createSession(id, hash, now);
+    }
+    std::optional<SessionRow> useSession(const QByteArray& hash, qint64 cutoff,
+                                         qint64 now) override {
+        return check().useSession(hash, cutoff, now);
+    }
+    void addAccessCode(qint64 id, const QByteArray& hash, qint64 now) override {
+        check().addAccessCode(id, hash, now);
+    }
+    std::optional<qint64> accountForAccessCode(const QByteArray& hash) override {
+        return check().accountForAccessCode(hash);
+    }
+    int repliesOn(qint64 id, qint64 day) override { return check().repliesOn(id, day); }
+    bool reserveReply(qint64 id, qint64 day, int limit) override {
+        return check().reserveReply(id, day, limit);
+    }
+    void releaseReply(qint64 id, qint64 day) override { check().releaseReply(id, day); }
+    std::optional<DocumentRow> document(qint64 id) override { return check().document(id); }
+    PutResult putDocument(qint64 id, const QByteArray& bytes, qint64 base, qint64 now) override {
+        return check().putDocument(id, bytes, base, now);
+    }
+
+private:
+    Storage& check() {
+        if (down)
+            throw StorageError("database is locked");
+        return m_inner;
+    }
+    Storage& m_inner;
+};
+
+class ApiStorageOutage : public ApiTest {
+protected:
+    std::unique_ptr<SwitchableStorage> switchable;
+    Storage& servedStorage() override {
+        if (!switchable)
+            switchable = std::make_unique<SwitchableStorage>(*storage);
+        return *switchable;
+    }
+};
+
+TEST_F(ApiStorageOutage, AnswersUnavailableUntilTheDatabaseIsBack) {
+    const QString token = signIn(QStringLiteral("ana@example.com"));
+    switchable->down = true;
+    for (const Answer& answer :
+         {get("/v1/account", token), get("/v1/state?since=0", token),
+          post("/v1/reply", replyRequest(), token),
+          post("/v1/session", {{QStringLiteral("reviewCode"), QStringLiteral("AAAA")}})}) {
+        EXPECT_EQ(answer.status, 503) << answer.body.toStdString();
+        EXPECT_EQ(answer.json.value(u"error").toString(), u"storage unavailable");
+    }
+    EXPECT_EQ(get("/readyz").json.value(u"error").toString(), u"storage unavailable");
+    EXPECT_EQ(get("/healthz").status, 200);
+    switchable->down = false;
+    EXPECT_EQ(get("/v1/account", token).status, 200);
+}
+
+} // namespace

@@ -1,0 +1,147 @@
+#include "ModelFixture.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <httplib.h>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace quillo::server {
+
+struct ModelFixture::State {
+    httplib::Server server;
+    std::thread thread;
+    int port = 0;
+
+    mutable std::mutex mutex;
+    mutable std::condition_variable changed;
+    std::deque<Answer> scripted;
+    Answer fallback = reply(QStringLiteral("{\"message\":\"Hola\",\"remember\":[]}"));
+    bool holding = false;
+    int held = 0;
+    QList<QJsonObject> requests;
+    QList<QByteArray> authorizations;
+    int modelsRequests = 0;
+
+    void complete(const httplib::Request& request, httplib::Response& response) {
+        std::unique_lock lock(mutex);
+        requests.append(QJsonDocument::fromJson(QByteArray::fromStdString(request.body)).object());
+        authorizations.append(QByteArray::fromStdString(request.get_header_value("Authorization")));
+        if (holding) {
+            ++held;
+            changed.notify_all();
+            changed.wait(lock, [this] { return !holding; });
+            --held;
+        }
+        Answer answer = fallback;
+        if (!scripted.empty()) {
+            answer = scripted.front();
+            scripted.pop_front();
+        }
+        response.status = answer.status;
+        response.set_content(answer.body.toStdString(), "application/json");
+    }
+};
+
+ModelFixture::Answer ModelFixture::reply(const QString& content) {
+    const QJsonObject message{{QStringLiteral("role"), QStringLiteral("assistant")},
+                              {QStringLiteral("content"), content}};
+    const QJsonObject body{
+        {QStringLiteral("id"), QStringLiteral("chatcmpl-1")},
+        {QStringLiteral("object"), QStringLiteral("chat.completion")},
+        {QStringLiteral("choices"),
+         QJsonArray{QJsonObject{{QStringLiteral("index"), 0},
+                                {QStringLiteral("message"), message},
+                                {QStringLiteral("finish_reason"), QStringLiteral("stop")}}}},
+    };
+    return {200, QJsonDocument(body).toJson(QJsonDocument::Compact)};
+}
+
+ModelFixture::Answer ModelFixture::status(int status) {
+    return {status, QByteArrayLiteral("{\"error\":{\"message\":\"scripted failure\"}}")};
+}
+
+ModelFixture::Answer ModelFixture::garbage() {
+    return {200, QByteArrayLiteral("<html>upstream proxy error</html>")};
+}
+
+ModelFixture::ModelFixture()
+    : m_state(std::make_unique<State>()) {
+    State* state = m_state.get();
+    state->server.Post("/v1/chat/completions",
+                       [state](const httplib::Request& request, httplib::Response& response) {
+                           state->complete(request, response);
+                       });
+    state->server.Get("/v1/models", [state](const httplib::Request&, httplib::Response& response) {
+        {
+            std::lock_guard lock(state->mutex);
+            ++state->modelsRequests;
+        }
+        response.set_content("{\"object\":\"list\",\"data\":[]}", "application/json");
+    });
+    state->port = state->server.bind_to_any_port("127.0.0.1");
+    state->thread = std::thread([state] { state->server.listen_after_bind(); });
+}
+
+ModelFixture::~ModelFixture() {
+    release();
+    // stop() only takes effect once the accept loop runs.
+    while (!m_state->server.is_running())
+        std::this_thread::yield();
+    m_state->server.stop();
+    m_state->thread.join();
+}
+
+QString ModelFixture::url() const {
+    return QStringLiteral("http://127.0.0.1:%1/v1").arg(m_state->port);
+}
+
+void ModelFixture::script(const QList<Answer>& answers) {
+    std::lock_guard lock(m_state->mutex);
+    m_state->scripted.insert(m_state->scripted.end(), answers.begin(), answers.end());
+}
+
+void ModelFixture::setDefault(const Answer& answer) {
+    std::lock_guard lock(m_state->mutex);
+    m_state->fallback = answer;
+}
+
+void ModelFixture::hold() {
+    std::lock_guard lock(m_state->mutex);
+    m_state->holding = true;
+}
+
+void ModelFixture::release() {
+    {
+        std::lock_guard lock(m_state->mutex);
+        m_state->holding = false;
+    }
+    m_state->changed.notify_all();
+}
+
+bool ModelFixture::waitForHeld(int count) const {
+    std::unique_lock lock(m_state->mutex);
+    return m_state->changed.wait_for(lock, std::chrono::seconds(10),
+                                     [&] { return m_state->held >= count; });
+}
+
+QList<QJsonObject> ModelFixture::requests() const {
+    std::lock_guard lock(m_state->mutex);
+    return m_state->requests;
+}
+
+QList<QByteArray> ModelFixture::authorizations() const {
+    std::lock_guard lock(m_state->mutex);
+    return m_state->authorizations;
+}
+
+int ModelFixture::modelsRequests() const {
+    std::lock_guard lock(m_state->mutex);
+    return m_state->modelsRequests;
+}
+
+} // namespace quillo::server
