@@ -1,0 +1,36 @@
+// What the service reads from strangers: ID tokens, key sets and uploaded state bodies. None of
+// them may crash it, and an accepted upload's document bytes are a span of the body that reads
+// as a JSON object.
+#include "auth/Jwks.h"
+#include "auth/Jwt.h"
+#include "http/StateUpload.h"
+
+#include <QJsonDocument>
+
+#include <cstdint>
+#include <cstdlib>
+
+using namespace quillo::server;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const QByteArray input(reinterpret_cast<const char*>(data), qsizetype(size));
+
+    if (const auto token = Jwt::parse(input); token.ok()) {
+        if (token->keyId.isEmpty() || !input.startsWith(token->signingInput))
+            std::abort();
+    }
+    (void)Jwks::parse(input);
+    if (const auto decoded = decodeBase64Url(input))
+        (void)encodeBase64Url(*decoded);
+
+    if (const auto upload = StateUpload::parse(input); upload.ok()) {
+        if (!input.contains(upload->stateBytes) || upload->baseUpdatedAt < 0 ||
+            !QJsonDocument::fromJson(upload->stateBytes).isObject())
+            std::abort();
+    }
+    if (const auto span = memberSpan(input, QStringLiteral("state"))) {
+        if (span->first < 0 || span->first > span->second || span->second > input.size())
+            std::abort();
+    }
+    return 0;
+}
