@@ -19,6 +19,8 @@ ApiServer::ApiServer(ServerConfig config, Storage& storage, ModelClient& model,
     , m_router(std::make_unique<Router>(*m_server)) {
     const size_t threads = size_t(std::max(1, m_api.config.threads));
     m_server->new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
+    // Small JSON answers must not wait for the client's delayed acknowledgement.
+    m_server->set_tcp_nodelay(true);
     m_server->set_payload_max_length(size_t(std::max<qint64>(0, m_api.config.maxBodyBytes)));
 
     m_server->set_pre_routing_handler([](const httplib::Request&, httplib::Response&) {
