@@ -5,6 +5,8 @@
 #include "DocumentFixture.h"
 
 #include "chat/ChatRepository.h"
+#include "service/QuilloAPI.h"
+#include "store/SessionStore.h"
 #include "store/StateStore.h"
 
 #include <benchmark/benchmark.h>
@@ -90,7 +92,10 @@ void BM_EditAndSave(benchmark::State& state) {
     QFile::copy(s.path, path);
     StateStore store(path);
     SystemClock clock;
-    ChatRepository repository(store, clock);
+    // Signed out, and nothing listens at the service's address: editing never reaches it.
+    SessionStore session(workDir().filePath(QStringLiteral("session.json")));
+    QuilloAPI api(QUrl(QStringLiteral("http://127.0.0.1:9")));
+    ChatRepository repository(store, session, api, clock);
     const QString botId = repository.state().bots.first().id;
     for (auto _ : state) {
         repository.addUserMessage(botId, QStringLiteral("¿Y tú qué cocinas hoy?"));

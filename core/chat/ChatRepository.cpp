@@ -4,17 +4,22 @@
 
 namespace quillo {
 
-ChatRepository::ChatRepository(StateStore& store, const Clock& clock, QObject* parent)
+ChatRepository::ChatRepository(StateStore& store, SessionStore& session, const QuilloAPI& api,
+                               const Clock& clock, QObject* parent)
     : QObject(parent)
     , m_store(store)
     , m_clock(clock)
     , m_state(store.load())
+    , m_client(api, clock)
     , m_editing(*this)
-    , m_conversation(*this) {
+    , m_conversation(*this, session, api, m_client) {
     qRegisterMetaType<quillo::StoredState>();
 }
 
-ChatRepository::~ChatRepository() = default;
+ChatRepository::~ChatRepository() {
+    // Turns still waiting stop before anything they would touch is gone.
+    m_conversation.close();
+}
 
 void ChatRepository::flush() {
     m_store.flush();
@@ -33,6 +38,15 @@ bool ChatRepository::apply(const Edit& edit, Languages languages) {
     m_store.save(m_state);
     Q_EMIT stateChanged(m_state);
     return true;
+}
+
+void ChatRepository::setTyping(const QString& botId, bool typing) {
+    const bool changed = typing ? !m_typing.contains(botId) : m_typing.remove(botId);
+    if (!changed)
+        return;
+    if (typing)
+        m_typing.insert(botId);
+    Q_EMIT typingChanged(m_typing);
 }
 
 void ChatRepository::reportError(const QString& line) {
@@ -107,6 +121,31 @@ void ChatRepository::openConversation(const QString& botId) {
 
 void ChatRepository::addUserMessage(const QString& botId, const QString& text) {
     m_conversation.addUserMessage(botId, text);
+}
+
+void ChatRepository::send(const QString& botId, const QString& text) {
+    m_conversation.send(botId, text);
+}
+
+QCoro::Task<> ChatRepository::answerLatest(const QString& botId) {
+    return m_conversation.answerLatest(botId);
+}
+
+QCoro::Task<> ChatRepository::respond(const QString& botId,
+                                      const std::optional<QString>& userText) {
+    return m_conversation.respond(botId, userText);
+}
+
+void ChatRepository::setVisibleBotId(const std::optional<QString>& botId) {
+    m_conversation.setVisibleBotId(botId);
+}
+
+void ChatRepository::setOnIncoming(ConversationFlow::Incoming onIncoming) {
+    m_conversation.setOnIncoming(std::move(onIncoming));
+}
+
+QCoro::Task<> ChatRepository::refreshAccount() {
+    return m_conversation.refreshAccount();
 }
 
 } // namespace quillo

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "chat/ChatClient.h"
 #include "chat/ConversationFlow.h"
 #include "chat/DocumentAccess.h"
 #include "chat/ProfileEditing.h"
@@ -10,6 +11,8 @@
 
 namespace quillo {
 
+class QuilloAPI;
+class SessionStore;
 class StateStore;
 
 // The one owner of the live document. Screens read it here and change it only through these
@@ -19,8 +22,9 @@ class ChatRepository : public QObject, private DocumentAccess {
     Q_OBJECT
 
 public:
-    // Loads the document once; the store and the clock must outlive the repository.
-    ChatRepository(StateStore& store, const Clock& clock, QObject* parent = nullptr);
+    // Loads the document once; everything given must outlive the repository.
+    ChatRepository(StateStore& store, SessionStore& session, const QuilloAPI& api,
+                   const Clock& clock, QObject* parent = nullptr);
     ~ChatRepository() override;
 
     const StoredState& state() const { return m_state; }
@@ -52,6 +56,15 @@ public:
 
     // Conversation (see ConversationFlow).
     void addUserMessage(const QString& botId, const QString& text);
+    void send(const QString& botId, const QString& text);
+    QCoro::Task<> answerLatest(const QString& botId);
+    QCoro::Task<> respond(const QString& botId, const std::optional<QString>& userText);
+    // The conversation on screen now, if any: its replies arrive read and without notification.
+    void setVisibleBotId(const std::optional<QString>& botId);
+    void setOnIncoming(ConversationFlow::Incoming onIncoming);
+
+    // Account (GET /v1/account): a fresh usage counter, or the end of the session on a 401.
+    QCoro::Task<> refreshAccount();
 
 Q_SIGNALS:
     void stateChanged(const quillo::StoredState& state);
@@ -65,11 +78,14 @@ private:
     bool apply(const Edit& edit, Languages languages) override;
     void reportError(const QString& line) override;
     const Clock& clock() const override { return m_clock; }
+    bool isTyping(const QString& botId) const override { return m_typing.contains(botId); }
+    void setTyping(const QString& botId, bool typing) override;
 
     StateStore& m_store;
     const Clock& m_clock;
     StoredState m_state;
     QSet<QString> m_typing;
+    ChatClient m_client;
     ProfileEditing m_editing;
     ConversationFlow m_conversation;
 };

@@ -1,21 +1,77 @@
 #pragma once
 
 #include "chat/DocumentAccess.h"
+#include "common/Cancellation.h"
+
+#include <QCoroTask>
+
+#include <functional>
+#include <memory>
+#include <optional>
 
 namespace quillo {
 
-// The conversation itself: the user's messages and, as the reply path lands, the contacts'
-// answers to them.
+struct BotReply;
+class ChatClient;
+class QuilloAPI;
+class SessionStore;
+
+// The conversation itself: the user's messages and the contacts' answers to them. A reply turn
+// runs on the main thread and suspends while the chat client waits; the typing set keeps one
+// contact from answering twice at once.
 class ConversationFlow {
 public:
-    explicit ConversationFlow(DocumentAccess& document);
+    // Called with the contact and its unread messages when one arrives off screen.
+    using Incoming = std::function<void(const BotProfile&, const QList<ChatMessage>&)>;
+
+    // Everything given must outlive the flow.
+    ConversationFlow(DocumentAccess& document, SessionStore& session, const QuilloAPI& api,
+                     ChatClient& client);
+    ~ConversationFlow();
+    ConversationFlow(const ConversationFlow&) = delete;
+    ConversationFlow& operator=(const ConversationFlow&) = delete;
 
     // Appends what the user wrote to a contact's chat and marks the chat read, so that the
-    // user's own message never counts as unread. Blank text or an unknown contact does nothing.
-    void addUserMessage(const QString& botId, const QString& text);
+    // user's own message never counts as unread. Blank text or an unknown contact does nothing;
+    // gives whether a message was added.
+    bool addUserMessage(const QString& botId, const QString& text);
+
+    // Adds the user's message and answers it; the turn runs on by itself.
+    void send(const QString& botId, const QString& text);
+
+    // Answers the contact's newest message when it is the user's.
+    QCoro::Task<> answerLatest(QString botId);
+
+    // One reply turn; no `userText` asks for a message the contact starts on its own.
+    QCoro::Task<> respond(QString botId, std::optional<QString> userText);
+
+    // Asks the service for the account, so that the allowance shown is current.
+    QCoro::Task<> refreshAccount();
+
+    void setVisibleBotId(std::optional<QString> botId) { m_visibleBotId = std::move(botId); }
+    void setOnIncoming(Incoming onIncoming) { m_onIncoming = std::move(onIncoming); }
+
+    // Ends every wait of the turns in flight; they then finish without touching anything.
+    void close();
+
+    // The waits before the second, third and fourth try of a turn the service found busy.
+    static constexpr qint64 retryWaitsMillis[] = {8'000, 20'000, 45'000};
 
 private:
+    QCoro::Task<> sendTurn(QString botId, QString text);
+    QCoro::Task<> produceReply(QString botId, std::optional<QString> userText);
+    void applyReply(const BotProfile& bot, const BotReply& reply);
+    void appendFromBot(const BotProfile& bot, const ChatMessage& message);
+
     DocumentAccess& m_document;
+    SessionStore& m_session;
+    const QuilloAPI& m_api;
+    ChatClient& m_client;
+    std::optional<QString> m_visibleBotId;
+    Incoming m_onIncoming;
+    CancelToken m_closing;
+    // Copied into every turn: a turn that resumes after the flow is gone sees false and stops.
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };
 
 } // namespace quillo

@@ -34,6 +34,10 @@ public:
 
     virtual const Clock& clock() const = 0;
 
+    // The contacts for which a reply is being produced; observers hear of every change.
+    virtual bool isTyping(const QString& botId) const = 0;
+    virtual void setTyping(const QString& botId, bool typing) = 0;
+
 protected:
     ~DocumentAccess() = default;
 };

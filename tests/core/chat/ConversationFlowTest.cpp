@@ -1,4 +1,6 @@
 #include "chat/ChatRepository.h"
+#include "service/QuilloAPI.h"
+#include "store/SessionStore.h"
 #include "store/StateStore.h"
 
 #include <QTemporaryDir>
@@ -23,7 +25,8 @@ protected:
             seeding.save(seed);
         }
         store = std::make_unique<StateStore>(path(), clock);
-        repository = std::make_unique<ChatRepository>(*store, clock);
+        session = std::make_unique<SessionStore>(dir.filePath(QStringLiteral("session.json")));
+        repository = std::make_unique<ChatRepository>(*store, *session, api, clock);
         QObject::connect(repository.get(), &ChatRepository::stateChanged,
                          [this](const StoredState&) { ++published; });
     }
@@ -33,6 +36,9 @@ protected:
     QTemporaryDir dir;
     ManualClock clock;
     std::unique_ptr<StateStore> store;
+    std::unique_ptr<SessionStore> session;
+    // Nothing listens there: these tests never reach the service.
+    QuilloAPI api{QUrl(QStringLiteral("http://127.0.0.1:9"))};
     std::unique_ptr<ChatRepository> repository;
     int published = 0;
 };

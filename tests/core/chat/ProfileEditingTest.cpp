@@ -1,6 +1,8 @@
 #include "chat/ChatRepository.h"
 #include "model/Identifiers.h"
 #include "model/StarterBots.h"
+#include "service/QuilloAPI.h"
+#include "store/SessionStore.h"
 #include "store/StateStore.h"
 
 #include <QFile>
@@ -45,7 +47,8 @@ protected:
 
     ChatRepository& open() {
         m_store = std::make_unique<StateStore>(path(), clock);
-        m_repository = std::make_unique<ChatRepository>(*m_store, clock);
+        m_session = std::make_unique<SessionStore>(m_dir.filePath(QStringLiteral("session.json")));
+        m_repository = std::make_unique<ChatRepository>(*m_store, *m_session, m_api, clock);
         QObject::connect(m_repository.get(), &ChatRepository::stateChanged,
                          [this](const StoredState& state) {
                              ++published;
@@ -74,6 +77,9 @@ protected:
 private:
     QTemporaryDir m_dir;
     std::unique_ptr<StateStore> m_store;
+    std::unique_ptr<SessionStore> m_session;
+    // Nothing listens there: editing never reaches the service.
+    QuilloAPI m_api{QUrl(QStringLiteral("http://127.0.0.1:9"))};
     std::unique_ptr<ChatRepository> m_repository;
 };
 
