@@ -16,5 +16,6 @@ enum Exit : int {
 int promptCommand(const QStringList& arguments);
 int parseReplyCommand(const QStringList& arguments);
 int documentCommand(const QStringList& arguments);
+int sayCommand(const QStringList& arguments);
 
 } // namespace quillo::tool

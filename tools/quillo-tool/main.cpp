@@ -23,6 +23,8 @@ const std::map<QString, Subcommand>& subcommands() {
          {parseReplyCommand, "turn a raw model completion (standard input) into a reply"}},
         {QStringLiteral("document"),
          {documentCommand, "check or normalize a state document (check|normalize FILE)"}},
+        {QStringLiteral("say"),
+         {sayCommand, "send TEXT to a contact as the signed-in user (--bot NAME_OR_ID TEXT)"}},
     };
     return table;
 }
