@@ -87,8 +87,7 @@ QStringList summary(const QString& path, const StoredState& state) {
 int documentCommand(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromUtf8(description));
-    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Show this help."));
+    const QCommandLineOption help = helpOption();
     parser.addOption(help);
     parser.addPositionalArgument(QStringLiteral("action"), QStringLiteral("check or normalize"));
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The state document."));

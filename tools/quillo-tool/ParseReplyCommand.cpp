@@ -11,8 +11,7 @@ int parseReplyCommand(const QStringList& arguments) {
     parser.setApplicationDescription(
         QStringLiteral("Reads a raw model completion on standard input and prints the reply a "
                        "contact would send, as one JSON object."));
-    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Show this help."));
+    const QCommandLineOption help = helpOption();
     const QCommandLineOption maxLinesOption(QStringLiteral("max-lines"),
                                             QStringLiteral("Most lines the reply may keep."),
                                             QStringLiteral("N"));

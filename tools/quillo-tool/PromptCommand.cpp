@@ -12,8 +12,7 @@ int promptCommand(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Prints the message list a contact would be sent, as one JSON array."));
-    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Show this help."));
+    const QCommandLineOption help = helpOption();
     const QCommandLineOption profileOption(QStringLiteral("profile"),
                                            QStringLiteral("The user's profile (JSON)."),
                                            QStringLiteral("P.json"));

@@ -45,8 +45,7 @@ int sayCommand(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Sends TEXT to a contact as the signed-in user and prints the reply."));
-    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Show this help."));
+    const QCommandLineOption help = helpOption();
     const QCommandLineOption botOption(QStringLiteral("bot"),
                                        QStringLiteral("The contact's id or display name."),
                                        QStringLiteral("NAME_OR_ID"));

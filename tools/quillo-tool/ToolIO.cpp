@@ -22,6 +22,11 @@ void printLine(const QByteArray& utf8) {
     std::fflush(stdout);
 }
 
+QCommandLineOption helpOption() {
+    return QCommandLineOption(QStringList{QStringLiteral("h"), QStringLiteral("help")},
+                              QStringLiteral("Show this help."));
+}
+
 bool parseArguments(QCommandLineParser& parser, const QString& command,
                     const QStringList& arguments) {
     // QCommandLineParser expects the program name first.

@@ -20,6 +20,9 @@ void printBareError(const QString& message);
 // Text on standard output, followed by a line break.
 void printLine(const QByteArray& utf8);
 
+// -h/--help, which every command takes.
+QCommandLineOption helpOption();
+
 // Parses `arguments` (without the subcommand) with `parser`; on failure prints the problem and
 // a hint, and returns false.
 bool parseArguments(QCommandLineParser& parser, const QString& command,
