@@ -57,6 +57,12 @@ struct StoredState {
     // wins for each field.
     StoredState adopting(const StoredState& downloaded) const;
 
+    // This document with a downloaded one merged in, knowing `base`, the account's document as
+    // both sides last agreed on it: what only one side changed since then takes that side's
+    // version, so a contact removed on either side stays removed. StoredStateThreeWay.cpp sets
+    // out the rules. `base` and `downloaded` are account projections (`forAccount`).
+    StoredState merging(const StoredState& base, const StoredState& downloaded) const;
+
     // A failure inside profile, bots or messages fails the document; every other field falls
     // back to its default on its own.
     static Decoded<StoredState> fromJson(const QJsonValue& value);

@@ -1,12 +1,9 @@
 #include "StoredState.h"
 
 #include "Languages.h"
+#include "MergeParts.h"
 
-#include <QHash>
 #include <QSet>
-
-#include <algorithm>
-#include <vector>
 
 // How a downloaded document is merged into this device's one. The service's copy is the
 // account's truth, but nothing the user wrote on this device may vanish, and this device's own
@@ -51,46 +48,6 @@ QList<BotProfile> mergedBots(const QList<BotProfile>& local, const QList<BotProf
     return bots;
 }
 
-MessageList mergedMessages(const MessageList& local, const MessageList& downloaded) {
-    QHash<QString, qsizetype> localById; // the first local message of each id
-    localById.reserve(local.size());
-    for (qsizetype i = local.size() - 1; i >= 0; --i)
-        localById.insert(local.at(i).id, i);
-
-    std::vector<ChatMessage> merged;
-    merged.reserve(size_t(local.size() + downloaded.size()));
-    QSet<QString> downloadedIds;
-    downloadedIds.reserve(downloaded.size());
-    for (const ChatMessage& message : downloaded) {
-        downloadedIds.insert(message.id);
-        merged.push_back(message);
-        const auto mine = localById.constFind(message.id);
-        if (mine == localById.constEnd())
-            continue;
-        const ChatMessage& kept = local.at(*mine);
-        if (!kept.words.isEmpty() && kept.text == message.text)
-            merged.back().words = kept.words;
-    }
-    for (const ChatMessage& message : local) {
-        if (!downloadedIds.contains(message.id))
-            merged.push_back(message);
-    }
-
-    const auto byTime = [](const ChatMessage& a, const ChatMessage& b) {
-        return a.createdAt < b.createdAt;
-    };
-    if (!std::is_sorted(merged.begin(), merged.end(), byTime))
-        std::stable_sort(merged.begin(), merged.end(), byTime);
-
-    if (qsizetype(merged.size()) == local.size() &&
-        std::equal(merged.begin(), merged.end(), local.begin()))
-        return local;
-    MessageList messages;
-    for (ChatMessage& message : merged)
-        messages.append(std::move(message));
-    return messages;
-}
-
 UserProfile mergedProfile(const UserProfile& local, const UserProfile& downloaded) {
     const bool keepLocal = local.setupCompleted && !downloaded.setupCompleted;
     UserProfile profile = keepLocal ? local : downloaded;
@@ -107,45 +64,19 @@ UserProfile mergedProfile(const UserProfile& local, const UserProfile& downloade
     return profile;
 }
 
-QMap<QString, qint64> laterMarks(const QSet<QString>& contactIds,
-                                 const QMap<QString, qint64>& local,
-                                 const QMap<QString, qint64>& downloaded) {
-    QMap<QString, qint64> marks;
-    for (const QMap<QString, qint64>* side : {&local, &downloaded}) {
-        for (auto it = side->constBegin(); it != side->constEnd(); ++it) {
-            if (contactIds.contains(it.key()))
-                marks.insert(it.key(),
-                             std::max(local.value(it.key(), 0), downloaded.value(it.key(), 0)));
-        }
-    }
-    return marks;
-}
-
-QMap<QString, qint64> onlyFor(const QSet<QString>& contactIds, const QMap<QString, qint64>& map) {
-    QMap<QString, qint64> kept;
-    for (auto it = map.constBegin(); it != map.constEnd(); ++it) {
-        if (contactIds.contains(it.key()))
-            kept.insert(it.key(), it.value());
-    }
-    return kept;
-}
-
 } // namespace
 
 StoredState StoredState::adopting(const StoredState& downloaded) const {
     StoredState merged = *this;
     merged.profile = mergedProfile(profile, downloaded.profile);
     merged.bots = mergedBots(bots, downloaded.bots);
-    merged.messages = mergedMessages(messages, downloaded.messages);
+    merged.messages = merge::unitedMessages(messages, downloaded.messages);
     merged.wordTranslations = downloaded.wordTranslations;
     merged.speechLanguage = downloaded.speechLanguage;
 
-    QSet<QString> contactIds;
-    contactIds.reserve(merged.bots.size());
-    for (const BotProfile& contact : merged.bots)
-        contactIds.insert(contact.id);
-    merged.lastReadAt = laterMarks(contactIds, lastReadAt, downloaded.lastReadAt);
-    merged.nextNudgeAt = onlyFor(contactIds, nextNudgeAt);
+    const QSet<QString> contactIds = merge::contactIds(merged.bots);
+    merged.lastReadAt = merge::laterMarks(contactIds, lastReadAt, downloaded.lastReadAt);
+    merged.nextNudgeAt = merge::onlyFor(contactIds, nextNudgeAt);
     return merged.withSyncedLanguages();
 }
 
