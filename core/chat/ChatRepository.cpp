@@ -1,5 +1,6 @@
 #include "ChatRepository.h"
 
+#include "store/SessionStore.h"
 #include "store/StateStore.h"
 
 namespace quillo {
@@ -8,17 +9,24 @@ ChatRepository::ChatRepository(StateStore& store, SessionStore& session, const Q
                                const Clock& clock, QObject* parent)
     : QObject(parent)
     , m_store(store)
+    , m_session(session)
     , m_clock(clock)
     , m_state(store.load())
     , m_client(api, clock)
     , m_editing(*this)
-    , m_conversation(*this, session, api, m_client) {
+    , m_sync(*this, session, api, m_accountQueue)
+    , m_conversation(*this, session, m_sync, m_client)
+    , m_accounts(*this, session, api, m_accountQueue, m_sync)
+    , m_nudges(*this, session, m_sync, m_conversation) {
     qRegisterMetaType<quillo::StoredState>();
 }
 
 ChatRepository::~ChatRepository() {
-    // Turns still waiting stop before anything they would touch is gone.
+    // Work still waiting stops before anything it would touch is gone.
+    m_nudges.close();
+    m_accounts.close();
     m_conversation.close();
+    m_sync.close();
 }
 
 void ChatRepository::flush() {
@@ -37,6 +45,7 @@ bool ChatRepository::apply(const Edit& edit, Languages languages) {
     // Saved before observers hear of it, so that an observer's own edit is written after this.
     m_store.save(m_state);
     Q_EMIT stateChanged(m_state);
+    m_sync.documentChanged();
     return true;
 }
 
@@ -144,8 +153,52 @@ void ChatRepository::setOnIncoming(ConversationFlow::Incoming onIncoming) {
     m_conversation.setOnIncoming(std::move(onIncoming));
 }
 
-QCoro::Task<> ChatRepository::refreshAccount() {
-    return m_conversation.refreshAccount();
+QCoro::Task<> ChatRepository::runScheduledNudges(qint64 now) {
+    return m_nudges.run(now);
+}
+
+void ChatRepository::setNudgeDraw(UniformDraw draw) {
+    m_nudges.setDraw(std::move(draw));
+}
+
+QCoro::Task<> ChatRepository::refresh() {
+    return m_sync.refresh();
+}
+
+QCoro::Task<bool> ChatRepository::refreshAccount() {
+    return m_sync.refreshAccount();
+}
+
+QCoro::Task<> ChatRepository::sync(bool download) {
+    return m_sync.sync(download);
+}
+
+const std::optional<Account>& ChatRepository::account() const {
+    return m_session.account();
+}
+
+std::optional<QString> ChatRepository::returningEmail() const {
+    return m_accounts.returningEmail();
+}
+
+QCoro::Task<AccountFlows::Outcome> ChatRepository::signIn(const QString& googleIdToken) {
+    return m_accounts.signIn(googleIdToken);
+}
+
+QCoro::Task<AccountFlows::Outcome> ChatRepository::signInWithCode(const QString& accessCode) {
+    return m_accounts.signInWithCode(accessCode);
+}
+
+QCoro::Task<> ChatRepository::signOut() {
+    return m_accounts.signOut();
+}
+
+void ChatRepository::forgetAccount() {
+    m_accounts.forgetAccount();
+}
+
+QCoro::Task<AccountFlows::Outcome> ChatRepository::deleteAccount() {
+    return m_accounts.deleteAccount();
 }
 
 } // namespace quillo

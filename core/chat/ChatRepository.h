@@ -1,9 +1,13 @@
 #pragma once
 
+#include "account/AccountFlows.h"
+#include "account/StateSync.h"
 #include "chat/ChatClient.h"
 #include "chat/ConversationFlow.h"
 #include "chat/DocumentAccess.h"
 #include "chat/ProfileEditing.h"
+#include "chat/ScheduledNudges.h"
+#include "common/SerialQueue.h"
 #include "model/StoredState.h"
 
 #include <QObject>
@@ -63,8 +67,26 @@ public:
     void setVisibleBotId(const std::optional<QString>& botId);
     void setOnIncoming(ConversationFlow::Incoming onIncoming);
 
-    // Account (GET /v1/account): a fresh usage counter, or the end of the session on a 401.
-    QCoro::Task<> refreshAccount();
+    // Contacts that write first (see ScheduledNudges): one pass at `now`.
+    QCoro::Task<> runScheduledNudges(qint64 now);
+    // Replaces the secure generator of the nudge delays, for tests.
+    void setNudgeDraw(UniformDraw draw);
+
+    // Synchronisation (see StateSync).
+    QCoro::Task<> refresh();
+    QCoro::Task<bool> refreshAccount();
+    QCoro::Task<> sync(bool download);
+    // Whether an account or sync operation is running now.
+    bool isSynchronising() const { return m_accountQueue.busy(); }
+
+    // Account (see AccountFlows).
+    const std::optional<Account>& account() const;
+    std::optional<QString> returningEmail() const;
+    QCoro::Task<AccountFlows::Outcome> signIn(const QString& googleIdToken);
+    QCoro::Task<AccountFlows::Outcome> signInWithCode(const QString& accessCode);
+    QCoro::Task<> signOut();
+    void forgetAccount();
+    QCoro::Task<AccountFlows::Outcome> deleteAccount();
 
 Q_SIGNALS:
     void stateChanged(const quillo::StoredState& state);
@@ -82,12 +104,18 @@ private:
     void setTyping(const QString& botId, bool typing) override;
 
     StateStore& m_store;
+    SessionStore& m_session;
     const Clock& m_clock;
     StoredState m_state;
     QSet<QString> m_typing;
     ChatClient m_client;
+    // Account and sync operations, strictly one after another.
+    SerialQueue m_accountQueue;
     ProfileEditing m_editing;
+    StateSync m_sync;
     ConversationFlow m_conversation;
+    AccountFlows m_accounts;
+    ScheduledNudges m_nudges;
 };
 
 } // namespace quillo

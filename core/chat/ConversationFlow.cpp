@@ -1,9 +1,9 @@
 #include "ConversationFlow.h"
 
+#include "account/AccountCheck.h"
 #include "chat/ChatClient.h"
 #include "model/Identifiers.h"
 #include "model/TextHelpers.h"
-#include "service/QuilloAPI.h"
 #include "store/SessionStore.h"
 
 #include <QLoggingCategory>
@@ -40,10 +40,10 @@ qsizetype newestFromUser(const QList<ChatMessage>& messages) {
 } // namespace
 
 ConversationFlow::ConversationFlow(DocumentAccess& document, SessionStore& session,
-                                   const QuilloAPI& api, ChatClient& client)
+                                   AccountCheck& account, ChatClient& client)
     : m_document(document)
     , m_session(session)
-    , m_api(api)
+    , m_account(account)
     , m_client(client) {}
 
 ConversationFlow::~ConversationFlow() {
@@ -166,7 +166,7 @@ QCoro::Task<> ConversationFlow::produceReply(QString botId, std::optional<QStrin
         }
         qCWarning(lcConversation) << "reply turn failed:" << error->description();
         if (error->status == 402) {
-            co_await refreshAccount();
+            co_await m_account.refreshAccount();
             if (!*alive)
                 co_return;
             m_document.reportError(usedUpLine);
@@ -234,20 +234,6 @@ void ConversationFlow::appendFromBot(const BotProfile& bot, const ChatMessage& m
             unread.append(each);
     }
     m_onIncoming(bot, unread);
-}
-
-QCoro::Task<> ConversationFlow::refreshAccount() {
-    const std::optional<QString> token = m_session.token();
-    if (!token)
-        co_return;
-    const std::shared_ptr<bool> alive = m_alive;
-    const auto result = co_await m_api.account(*token);
-    if (!*alive)
-        co_return;
-    if (result.ok())
-        m_session.update(result->account, result->token);
-    else if (result.error().hasStatus(401))
-        m_session.expire();
 }
 
 } // namespace quillo

@@ -11,9 +11,9 @@
 
 namespace quillo {
 
+class AccountCheck;
 struct BotReply;
 class ChatClient;
-class QuilloAPI;
 class SessionStore;
 
 // The conversation itself: the user's messages and the contacts' answers to them. A reply turn
@@ -25,7 +25,7 @@ public:
     using Incoming = std::function<void(const BotProfile&, const QList<ChatMessage>&)>;
 
     // Everything given must outlive the flow.
-    ConversationFlow(DocumentAccess& document, SessionStore& session, const QuilloAPI& api,
+    ConversationFlow(DocumentAccess& document, SessionStore& session, AccountCheck& account,
                      ChatClient& client);
     ~ConversationFlow();
     ConversationFlow(const ConversationFlow&) = delete;
@@ -45,9 +45,6 @@ public:
     // One reply turn; no `userText` asks for a message the contact starts on its own.
     QCoro::Task<> respond(QString botId, std::optional<QString> userText);
 
-    // Asks the service for the account, so that the allowance shown is current.
-    QCoro::Task<> refreshAccount();
-
     void setVisibleBotId(std::optional<QString> botId) { m_visibleBotId = std::move(botId); }
     void setOnIncoming(Incoming onIncoming) { m_onIncoming = std::move(onIncoming); }
 
@@ -65,7 +62,7 @@ private:
 
     DocumentAccess& m_document;
     SessionStore& m_session;
-    const QuilloAPI& m_api;
+    AccountCheck& m_account;
     ChatClient& m_client;
     std::optional<QString> m_visibleBotId;
     Incoming m_onIncoming;

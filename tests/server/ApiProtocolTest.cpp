@@ -1,3 +1,4 @@
+#include "ForwardingStorage.h"
 #include "ServerTestSupport.h"
 
 #include <QRegularExpression>
@@ -157,49 +158,17 @@ TEST_F(ApiProtocol, LogsOneLinePerRequestWithoutSecretsOrText) {
 }
 
 // The real storage, until a test pulls the plug.
-class SwitchableStorage final : public Storage {
+class SwitchableStorage final : public ForwardingStorage {
 public:
-    explicit SwitchableStorage(Storage& inner)
-        : m_inner(inner) {}
+    using ForwardingStorage::ForwardingStorage;
     std::atomic<bool> down = false;
 
-    void migrate() override { check().migrate(); }
-    bool ping() override { return check().ping(); }
-    AccountRow ensureAccount(const QString& email, const QString& name, qint64 now) override {
-        return check().ensureAccount(email, name, now);
-    }
-    std::optional<AccountRow> account(qint64 id) override { return check().account(id); }
-    void deleteAccount(qint64 id) override { check().deleteAccount(id); }
-    void createSession(qint64 id, const QByteArray& hash, qint64 now) override {
-        check().createSession(id, hash, now);
-    }
-    std::optional<SessionRow> useSession(const QByteArray& hash, qint64 cutoff,
-                                         qint64 now) override {
-        return check().useSession(hash, cutoff, now);
-    }
-    void addAccessCode(qint64 id, const QByteArray& hash, qint64 now) override {
-        check().addAccessCode(id, hash, now);
-    }
-    std::optional<qint64> accountForAccessCode(const QByteArray& hash) override {
-        return check().accountForAccessCode(hash);
-    }
-    int repliesOn(qint64 id, qint64 day) override { return check().repliesOn(id, day); }
-    bool reserveReply(qint64 id, qint64 day, int limit) override {
-        return check().reserveReply(id, day, limit);
-    }
-    void releaseReply(qint64 id, qint64 day) override { check().releaseReply(id, day); }
-    std::optional<DocumentRow> document(qint64 id) override { return check().document(id); }
-    PutResult putDocument(qint64 id, const QByteArray& bytes, qint64 base, qint64 now) override {
-        return check().putDocument(id, bytes, base, now);
-    }
-
 private:
-    Storage& check() {
+    Storage& inner() override {
         if (down)
             throw StorageError("database is locked");
-        return m_inner;
+        return ForwardingStorage::inner();
     }
-    Storage& m_inner;
 };
 
 class ApiStorageOutage : public ApiTest {

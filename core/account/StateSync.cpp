@@ -1,0 +1,186 @@
+#include "StateSync.h"
+
+#include "chat/DocumentAccess.h"
+#include "common/SerialQueue.h"
+#include "store/SessionStore.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLoggingCategory>
+
+namespace quillo {
+
+namespace {
+
+Q_LOGGING_CATEGORY(lcSync, "quillo.sync")
+
+QString basePathBeside(const QString& sessionPath) {
+    return QFileInfo(sessionPath).dir().filePath(QStringLiteral("sync-base.json"));
+}
+
+} // namespace
+
+StateSync::StateSync(DocumentAccess& document, SessionStore& session, const QuilloAPI& api,
+                     SerialQueue& queue)
+    : m_document(document)
+    , m_session(session)
+    , m_api(api)
+    , m_queue(queue)
+    , m_base(basePathBeside(session.path())) {}
+
+StateSync::~StateSync() {
+    close();
+}
+
+void StateSync::close() {
+    *m_alive = false;
+    m_quiet.cancel();
+}
+
+void StateSync::documentChanged() {
+    if (!*m_alive)
+        return;
+    // Only the last change of a burst leads to an upload.
+    m_quiet.cancel();
+    m_quiet = CancelToken();
+    waitForQuiet(m_quiet);
+}
+
+QCoro::Task<> StateSync::waitForQuiet(CancelToken quiet) {
+    const std::shared_ptr<bool> alive = m_alive;
+    const bool settled = co_await m_document.clock().sleep(quietMillis, quiet);
+    if (!settled || !*alive)
+        co_return;
+    co_await m_queue.run([this] { return sync(false); });
+}
+
+QCoro::Task<> StateSync::refresh() {
+    const std::shared_ptr<bool> alive = m_alive;
+    const bool signedIn = co_await refreshAccount();
+    if (!signedIn || !*alive)
+        co_return;
+    co_await m_queue.run([this] { return sync(true); });
+}
+
+QCoro::Task<bool> StateSync::refreshAccount() {
+    const std::optional<QString> token = m_session.token();
+    if (!token)
+        co_return false;
+    const std::shared_ptr<bool> alive = m_alive;
+    const auto result = co_await m_api.account(*token);
+    if (!*alive)
+        co_return false;
+    if (result.ok()) {
+        m_session.update(result->account, result->token);
+        co_return true;
+    }
+    qCCritical(lcSync).noquote() << "Checking the account failed:" << result.error().description();
+    if (result.error().hasStatus(401)) {
+        m_session.expire();
+        co_return false;
+    }
+    // A network or server fault must not hold back the sync that follows.
+    co_return true;
+}
+
+QCoro::Task<> StateSync::sync(bool download) {
+    co_await outlivingCaller([this, download] { return saveChanges(download); });
+}
+
+QCoro::Task<> StateSync::saveChanges(bool download) {
+    const std::shared_ptr<bool> alive = m_alive;
+    const std::optional<QString> token = m_session.token();
+    if (!token)
+        co_return;
+    if (download) {
+        const Outcome downloaded = co_await this->download(*token);
+        if (!*alive)
+            co_return;
+        if (!downloaded.ok()) {
+            logFailure(downloaded.error());
+            co_return;
+        }
+    }
+    Outcome uploaded = co_await upload(*token);
+    if (!*alive || uploaded.ok())
+        co_return;
+    if (uploaded.error().hasStatus(409)) {
+        // Another device uploaded since our last exchange: bring its copy in, then try once more.
+        const Outcome downloaded = co_await this->download(*token);
+        if (!*alive)
+            co_return;
+        if (!downloaded.ok()) {
+            logFailure(downloaded.error());
+            co_return;
+        }
+        uploaded = co_await upload(*token);
+        if (!*alive || uploaded.ok())
+            co_return;
+    }
+    logFailure(uploaded.error());
+}
+
+QCoro::Task<StateSync::Outcome> StateSync::upload(QString token) {
+    const std::shared_ptr<bool> alive = m_alive;
+    AccountProjection projection = co_await AccountProjection::inBackground(m_document.document());
+    if (!*alive)
+        co_return succeeded;
+    if (m_session.syncedFingerprint() == projection.fingerprint)
+        co_return succeeded; // the service already holds exactly this
+    const qint64 base = m_session.syncedAt();
+    const auto saved = co_await m_api.saveState(token, projection.bytes, base);
+    if (!*alive)
+        co_return succeeded;
+    if (!saved.ok())
+        co_return Outcome(saved.error());
+    m_session.synced(saved.value(), projection.fingerprint);
+    co_await m_base.store(std::move(projection));
+    co_return succeeded;
+}
+
+QCoro::Task<StateSync::Outcome> StateSync::download(QString token) {
+    const std::shared_ptr<bool> alive = m_alive;
+    const auto answer = co_await m_api.state(token, m_session.syncedAt());
+    if (!*alive)
+        co_return succeeded;
+    if (!answer.ok())
+        co_return Outcome(answer.error());
+    const RemoteState& remote = answer.value();
+    if (remote.unchanged)
+        co_return succeeded;
+    if (!remote.state) {
+        // The service holds nothing newer to merge against: the next upload sends everything.
+        m_session.synced(remote.updatedAt, std::nullopt);
+        m_base.clear();
+        co_return succeeded;
+    }
+
+    const AccountProjection downloaded = co_await AccountProjection::inBackground(*remote.state);
+    if (!*alive)
+        co_return succeeded;
+    const std::optional<QString> baseFingerprint = m_session.syncedFingerprint();
+    const std::optional<StoredState> base =
+        baseFingerprint ? m_base.load(*baseFingerprint) : std::nullopt;
+    const StoredState& local = m_document.document();
+    const StoredState merged =
+        base ? local.merging(*base, downloaded.state) : local.adopting(downloaded.state);
+    m_document.apply([&merged](StoredState& state) { state = merged; },
+                     DocumentAccess::Languages::Keep);
+    // The service's copy, not the merged one: what only this device has still differs from it
+    // and goes up with the next upload.
+    m_session.synced(remote.updatedAt, downloaded.fingerprint);
+    co_await m_base.store(downloaded);
+    co_return succeeded;
+}
+
+void StateSync::logFailure(const ApiError& error) {
+    if (error.hasStatus(401))
+        m_session.expire();
+    if (error.provider())
+        qCCritical(lcSync).noquote() << "Syncing failed:" << error.description();
+    else
+        qCCritical(lcSync).noquote()
+            << "The account's saved state couldn't be read:" << error.description();
+}
+
+} // namespace quillo

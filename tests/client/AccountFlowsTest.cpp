@@ -1,0 +1,149 @@
+#include "DeviceFixture.h"
+
+#include <QFile>
+
+using namespace quillo;
+using namespace quillo::devicetest;
+
+namespace {
+
+const QString ana = QStringLiteral("ana@example.com");
+const QString ben = QStringLiteral("ben@example.com");
+const QString sessionEnded = QStringLiteral("no-longer-valid");
+
+StoredState withContacts(const QStringList& ids) {
+    StoredState seed;
+    seed.profile.displayName = QStringLiteral("Ana");
+    seed.profile.setupCompleted = true;
+    for (const QString& id : ids)
+        seed.bots.append(contact(id));
+    seed.theme = ThemeChoice::Dark;
+    return seed.withSyncedLanguages();
+}
+
+class AccountFlowsTest : public DevicesTest {
+protected:
+    std::unique_ptr<Device> laptop;
+
+    void SetUp() override {
+        DevicesTest::SetUp();
+        laptop = device(withContacts({QStringLiteral("lucia")}));
+    }
+    void TearDown() override {
+        laptop.reset();
+        DevicesTest::TearDown();
+    }
+
+    // What the service holds for `email`, read with a session of its own.
+    StoredState servedFor(const QString& email) {
+        return served(ApiTest::signIn(email)).value_or(StoredState());
+    }
+
+    QStringList contactIds(const StoredState& state) const {
+        QStringList ids;
+        for (const BotProfile& bot : state.bots)
+            ids.append(bot.id);
+        return ids;
+    }
+
+    bool hasBase() const { return QFile::exists(laptop->path(QStringLiteral("sync-base.json"))); }
+};
+
+TEST_F(AccountFlowsTest, AReturningOwnerKeepsEverythingAndSendsWhatChangedMeanwhile) {
+    signIn(*laptop, ana);
+    EXPECT_EQ(laptop->repository->account()->email, ana);
+    EXPECT_FALSE(laptop->repository->returningEmail());
+
+    laptop->session->update(*laptop->session->account(), sessionEnded);
+    run(laptop->repository->refresh());
+    EXPECT_EQ(laptop->repository->returningEmail(), ana);
+    EXPECT_FALSE(laptop->repository->account());
+    // Written while the session had ended: nothing goes up, nothing is lost.
+    laptop->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+    settle(*laptop);
+
+    signIn(*laptop, ana);
+    EXPECT_EQ(contactIds(laptop->state()), QStringList{QStringLiteral("lucia")});
+    EXPECT_EQ(laptop->state().messages.size(), 1);
+    EXPECT_EQ(servedFor(ana).messages.size(), 1);
+    EXPECT_EQ(laptop->state().theme, ThemeChoice::Dark);
+}
+
+TEST_F(AccountFlowsTest, SomeoneElseSigningInNeverSeesOrReceivesThePreviousPersonsData) {
+    signIn(*laptop, ana);
+    laptop->session->update(*laptop->session->account(), sessionEnded);
+    run(laptop->repository->refresh());
+
+    auto other = device(withContacts({QStringLiteral("olga")}));
+    signIn(*other, ben);
+    signIn(*laptop, ben);
+    EXPECT_EQ(contactIds(laptop->state()), QStringList{QStringLiteral("olga")});
+    EXPECT_EQ(contactIds(servedFor(ben)), QStringList{QStringLiteral("olga")});
+    EXPECT_EQ(laptop->session->owner(), ben);
+    // This device's preferences are not personal content.
+    EXPECT_EQ(laptop->state().theme, ThemeChoice::Dark);
+    // Ana's copy on the service is hers, untouched.
+    EXPECT_EQ(contactIds(servedFor(ana)), QStringList{QStringLiteral("lucia")});
+}
+
+TEST_F(AccountFlowsTest, AFailedSignInLeavesNobodySignedIn) {
+    watched->documentsDown = true;
+    const auto outcome = run(laptop->repository->signInWithCode(invite(ana)));
+    ASSERT_FALSE(outcome.ok());
+    EXPECT_EQ(AccountFlows::failureLine(outcome.error()),
+              u"Quillo couldn't sign you in. Try again.");
+    EXPECT_FALSE(laptop->repository->account());
+    EXPECT_FALSE(SessionStore(laptop->path(QStringLiteral("session.json"))).token());
+    watched->documentsDown = false;
+
+    const auto wrong = run(laptop->repository->signInWithCode(QStringLiteral("WRONG-CODE")));
+    ASSERT_FALSE(wrong.ok());
+    EXPECT_EQ(AccountFlows::failureLine(wrong.error()), u"Quillo couldn't sign you in. Try again.");
+
+    // Spaces and a line break around a pasted code do not matter.
+    const auto pasted =
+        run(laptop->repository->signInWithCode(QStringLiteral("  ") + invite(ana) + u'\n'));
+    EXPECT_TRUE(pasted.ok());
+
+    QuilloAPI nowhere(QUrl(QStringLiteral("http://127.0.0.1:9")));
+    ChatRepository offline(*laptop->store, *laptop->session, nowhere, appClock);
+    const auto unreachable = run(offline.signInWithCode(invite(ana)));
+    ASSERT_FALSE(unreachable.ok());
+    EXPECT_EQ(AccountFlows::failureLine(unreachable.error()),
+              u"Couldn't reach Quillo. Check your connection and try again.");
+}
+
+TEST_F(AccountFlowsTest, SigningOutSendsTheLastChangesAndKeepsOnlyThisDevicesPreferences) {
+    signIn(*laptop, ana);
+    laptop->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("adiós"));
+    run(laptop->repository->signOut());
+    EXPECT_EQ(servedFor(ana).messages.size(), 1);
+    EXPECT_EQ(laptop->state(), withContacts({}).signedOut());
+    EXPECT_FALSE(laptop->repository->account());
+    EXPECT_FALSE(laptop->repository->returningEmail());
+    EXPECT_FALSE(hasBase());
+    laptop->repository->flush();
+    EXPECT_EQ(StateStore(laptop->path(QStringLiteral("state.json")), appClock).load().bots.size(),
+              0);
+}
+
+TEST_F(AccountFlowsTest, DeletingTheAccountForgetsItOnlyWhenTheServiceDid) {
+    signIn(*laptop, ana);
+    const StoredState before = laptop->state();
+    watched->deletionsDown = true;
+    const auto refused = run(laptop->repository->deleteAccount());
+    watched->deletionsDown = false;
+    ASSERT_FALSE(refused.ok());
+    EXPECT_EQ(laptop->state(), before);
+    EXPECT_TRUE(laptop->repository->account());
+    EXPECT_TRUE(hasBase());
+
+    const auto deleted = run(laptop->repository->deleteAccount());
+    ASSERT_TRUE(deleted.ok());
+    EXPECT_FALSE(laptop->repository->account());
+    EXPECT_FALSE(laptop->repository->returningEmail());
+    EXPECT_FALSE(hasBase());
+    EXPECT_TRUE(laptop->state().bots.isEmpty());
+}
+
+} // namespace
