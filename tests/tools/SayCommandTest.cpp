@@ -1,6 +1,6 @@
 #include "ToolRunner.h"
 
-#include "../server/ServerTestSupport.h"
+#include "ServerProcess.h"
 #include "store/SessionStore.h"
 #include "store/StateStore.h"
 
@@ -10,6 +10,7 @@
 using namespace quillo;
 using namespace quillo::server;
 using namespace quillo::server::apitest;
+using namespace quillo::tooltest;
 
 namespace {
 
@@ -60,34 +61,12 @@ TEST_F(SayCommand, RefusesWithoutASessionOrASingleContact) {
 }
 
 TEST_F(SayCommand, SendsTheMessageAndPrintsTheReply) {
-    ModelFixture model;
-    model.setDefault(ModelFixture::reply(QStringLiteral(R"({"message":"¡Hola! ¿Qué tal?"})")));
-    const int port = freeLoopbackPort();
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_STATE_HOME"), serverDir.path());
-    environment.insert(QStringLiteral("QUILLO_DATABASE_URL"),
-                       QStringLiteral("sqlite:") + serverDir.filePath(QStringLiteral("q.db")));
-    environment.insert(QStringLiteral("QUILLO_MODEL_URL"), model.url());
-    environment.insert(QStringLiteral("QUILLO_SERVER_LISTEN"),
-                       QStringLiteral("127.0.0.1:%1").arg(port));
-
-    QProcess invite;
-    invite.setProcessEnvironment(environment);
-    invite.start(QStringLiteral(QUILLO_SERVER_PATH),
-                 {QStringLiteral("invite"), QStringLiteral("ana@example.com")});
-    ASSERT_TRUE(invite.waitForFinished(30000));
-    ASSERT_EQ(invite.exitCode(), 0) << invite.readAllStandardError().toStdString();
-    const QString code = QString::fromLatin1(invite.readAllStandardOutput()).trimmed();
-
-    QProcess server;
-    server.setProcessEnvironment(environment);
-    server.setReadChannel(QProcess::StandardError);
-    server.start(QStringLiteral(QUILLO_SERVER_PATH), {QStringLiteral("serve")});
-    QByteArray log;
-    while (!log.contains("listening on http://127.0.0.1:")) {
-        ASSERT_TRUE(server.waitForReadyRead(20000)) << log.toStdString();
-        log += server.readAllStandardError();
-    }
+    ServerProcess server;
+    server.model.setDefault(
+        ModelFixture::reply(QStringLiteral(R"({"message":"¡Hola! ¿Qué tal?"})")));
+    const QString code = server.invite(QStringLiteral("ana@example.com"));
+    server.start();
+    const int port = server.port();
 
     httplib::Client client("127.0.0.1", port);
     const Answer signedIn = answerOf(
@@ -102,8 +81,6 @@ TEST_F(SayCommand, SendsTheMessageAndPrintsTheReply) {
     qputenv("QUILLO_API_URL", QStringLiteral("http://127.0.0.1:%1").arg(port).toUtf8());
     const ToolRun said = runQuilloTool({QStringLiteral("say"), QStringLiteral("--bot"),
                                         QStringLiteral("lucía"), QStringLiteral("hola")});
-    server.terminate();
-    server.waitForFinished(30000);
 
     EXPECT_EQ(said.exitCode, 0) << said.err.toStdString();
     EXPECT_EQ(QString::fromUtf8(said.out), u"¡Hola! ¿Qué tal?\n");

@@ -17,5 +17,9 @@ int promptCommand(const QStringList& arguments);
 int parseReplyCommand(const QStringList& arguments);
 int documentCommand(const QStringList& arguments);
 int sayCommand(const QStringList& arguments);
+int signInCommand(const QStringList& arguments);
+int signOutCommand(const QStringList& arguments);
+int syncCommand(const QStringList& arguments);
+int nudgeCommand(const QStringList& arguments);
 
 } // namespace quillo::tool

@@ -87,17 +87,11 @@ QStringList summary(const QString& path, const StoredState& state) {
 int documentCommand(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromUtf8(description));
-    const QCommandLineOption help = helpOption();
-    parser.addOption(help);
     parser.addPositionalArgument(QStringLiteral("action"), QStringLiteral("check or normalize"));
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The state document."));
 
-    if (!parseArguments(parser, QStringLiteral("document"), arguments))
-        return BadInput;
-    if (parser.isSet(help)) {
-        printLine(parser.helpText().toUtf8());
-        return Success;
-    }
+    if (const auto done = parseCommand(parser, QStringLiteral("document"), arguments))
+        return *done;
     const QStringList positional = parser.positionalArguments();
     const QString hint = QStringLiteral(" (see quillo-tool document --help)");
     if (positional.isEmpty()) {

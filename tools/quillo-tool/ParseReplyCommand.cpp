@@ -11,7 +11,6 @@ int parseReplyCommand(const QStringList& arguments) {
     parser.setApplicationDescription(
         QStringLiteral("Reads a raw model completion on standard input and prints the reply a "
                        "contact would send, as one JSON object."));
-    const QCommandLineOption help = helpOption();
     const QCommandLineOption maxLinesOption(QStringLiteral("max-lines"),
                                             QStringLiteral("Most lines the reply may keep."),
                                             QStringLiteral("N"));
@@ -20,14 +19,10 @@ int parseReplyCommand(const QStringList& arguments) {
         QStringLiteral("The contact (JSON); language and level are read only for a contact "
                        "that writes any language."),
         QStringLiteral("B.json"));
-    parser.addOptions({help, maxLinesOption, botOption});
+    parser.addOptions({maxLinesOption, botOption});
 
-    if (!parseArguments(parser, QStringLiteral("parse-reply"), arguments))
-        return BadInput;
-    if (parser.isSet(help)) {
-        printLine(parser.helpText().toUtf8());
-        return Success;
-    }
+    if (const auto done = parseCommand(parser, QStringLiteral("parse-reply"), arguments))
+        return *done;
     bool isNumber = false;
     const int maxLines = parser.value(maxLinesOption).toInt(&isNumber);
     if (!parser.isSet(maxLinesOption) || !isNumber || maxLines < 1) {

@@ -12,7 +12,6 @@ int promptCommand(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Prints the message list a contact would be sent, as one JSON array."));
-    const QCommandLineOption help = helpOption();
     const QCommandLineOption profileOption(QStringLiteral("profile"),
                                            QStringLiteral("The user's profile (JSON)."),
                                            QStringLiteral("P.json"));
@@ -25,14 +24,10 @@ int promptCommand(const QStringList& arguments) {
         QStringLiteral("message"),
         QStringLiteral("What the user just wrote; without it the contact writes first."),
         QStringLiteral("TEXT"));
-    parser.addOptions({help, profileOption, botOption, historyOption, messageOption});
+    parser.addOptions({profileOption, botOption, historyOption, messageOption});
 
-    if (!parseArguments(parser, QStringLiteral("prompt"), arguments))
-        return BadInput;
-    if (parser.isSet(help)) {
-        printLine(parser.helpText().toUtf8());
-        return Success;
-    }
+    if (const auto done = parseCommand(parser, QStringLiteral("prompt"), arguments))
+        return *done;
     if (!parser.isSet(profileOption) || !parser.isSet(botOption)) {
         printError(QStringLiteral("prompt: --profile and --bot are required"));
         return BadInput;

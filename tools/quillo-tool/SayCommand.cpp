@@ -1,12 +1,6 @@
 #include "Commands.h"
+#include "LocalApp.h"
 #include "ToolIO.h"
-
-#include "chat/ChatRepository.h"
-#include "service/QuilloAPI.h"
-#include "store/AppIdentity.h"
-#include "store/AppPaths.h"
-#include "store/SessionStore.h"
-#include "store/StateStore.h"
 
 #include <QCoroTask>
 
@@ -45,35 +39,26 @@ int sayCommand(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Sends TEXT to a contact as the signed-in user and prints the reply."));
-    const QCommandLineOption help = helpOption();
     const QCommandLineOption botOption(QStringLiteral("bot"),
                                        QStringLiteral("The contact's id or display name."),
                                        QStringLiteral("NAME_OR_ID"));
-    parser.addOptions({help, botOption});
+    parser.addOption(botOption);
     parser.addPositionalArgument(QStringLiteral("TEXT"), QStringLiteral("What to say."));
-
-    if (!parseArguments(parser, QStringLiteral("say"), arguments))
-        return BadInput;
-    if (parser.isSet(help)) {
-        printLine(parser.helpText().toUtf8());
-        return Success;
-    }
+    if (const auto done = parseCommand(parser, QStringLiteral("say"), arguments))
+        return *done;
     const QString text = parser.positionalArguments().join(u' ').trimmed();
     if (!parser.isSet(botOption) || text.isEmpty()) {
         printError(QStringLiteral("say: --bot and some text are required"));
         return BadInput;
     }
 
-    const AppPaths paths = AppPaths::current();
-    SessionStore session(paths.sessionPath());
-    if (!session.token()) {
+    LocalApp app;
+    if (!app.session.token()) {
         printError(QStringLiteral("say: not signed in; sign in with Quillo first"));
         return BadInput;
     }
-    SystemClock clock;
-    StateStore store(paths.statePath(), clock);
-    QuilloAPI api(AppIdentity::apiBaseURL());
-    ChatRepository repository(store, session, api, clock);
+    ChatRepository& repository = app.repository;
+    const SessionStore& session = app.session;
 
     const auto bot = findContact(repository.state(), parser.value(botOption));
     if (!bot) {
@@ -88,8 +73,8 @@ int sayCommand(const QStringList& arguments) {
     repository.addUserMessage(bot->id, text);
     const qint64 sentAt = repository.state().messagesFor(bot->id).last().createdAt;
     QCoro::waitFor(repository.answerLatest(bot->id));
-    // Leaves the files exactly as the app would.
-    repository.flush();
+    // The conversation reaches the account at once, and the files are left as the app would.
+    app.finish();
 
     const QList<ChatMessage> messages = repository.state().messagesFor(bot->id);
     const ChatMessage& last = messages.last();

@@ -1,5 +1,7 @@
 #include "ToolIO.h"
 
+#include <QCoreApplication>
+
 #include <QFile>
 
 #include <cstdio>
@@ -35,6 +37,23 @@ bool parseArguments(QCommandLineParser& parser, const QString& command,
     printError(command + QStringLiteral(": ") + parser.errorText() +
                QStringLiteral(" (see quillo-tool ") + command + QStringLiteral(" --help)"));
     return false;
+}
+
+std::optional<int> parseCommand(QCommandLineParser& parser, const QString& command,
+                                const QStringList& arguments) {
+    const QCommandLineOption help = helpOption();
+    parser.addOption(help);
+    if (!parseArguments(parser, command, arguments))
+        return 2;
+    if (parser.isSet(help)) {
+        // The parser names the program by its path; the command's own name says more.
+        QString text = parser.helpText();
+        text.replace(QStringLiteral("Usage: ") + QCoreApplication::arguments().constFirst(),
+                     QStringLiteral("Usage: quillo-tool ") + command);
+        printLine(text.toUtf8());
+        return 0;
+    }
+    return std::nullopt;
 }
 
 std::optional<QByteArray> readFile(const QString& path) {

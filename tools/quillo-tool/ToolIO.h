@@ -28,6 +28,11 @@ QCommandLineOption helpOption();
 bool parseArguments(QCommandLineParser& parser, const QString& command,
                     const QStringList& arguments);
 
+// Adds -h/--help to `parser` and parses `arguments`. Gives the exit status when the command is
+// already done (help printed, or bad arguments reported), nothing when it should go on.
+std::optional<int> parseCommand(QCommandLineParser& parser, const QString& command,
+                                const QStringList& arguments);
+
 // The bytes of a file, or nothing after printing why it cannot be read.
 std::optional<QByteArray> readFile(const QString& path);
 

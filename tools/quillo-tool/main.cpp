@@ -2,6 +2,7 @@
 #include "ToolIO.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 #include <functional>
 #include <map>
@@ -25,6 +26,11 @@ const std::map<QString, Subcommand>& subcommands() {
          {documentCommand, "check or normalize a state document (check|normalize FILE)"}},
         {QStringLiteral("say"),
          {sayCommand, "send TEXT to a contact as the signed-in user (--bot NAME_OR_ID TEXT)"}},
+        {QStringLiteral("sign-in"), {signInCommand, "sign in with an access code (--code CODE)"}},
+        {QStringLiteral("sign-out"),
+         {signOutCommand, "send the last changes, then forget the account here"}},
+        {QStringLiteral("sync"), {syncCommand, "bring in and send changes once"}},
+        {QStringLiteral("nudge"), {nudgeCommand, "let quiet contacts write first, once, now"}},
     };
     return table;
 }
@@ -44,6 +50,9 @@ QByteArray usage() {
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quillo-tool"));
+    // Commands speak for themselves in one line; the app's log is there for the asking
+    // (QT_LOGGING_RULES="quillo.*=true" overrides this).
+    QLoggingCategory::setFilterRules(QStringLiteral("quillo.*=false"));
     QStringList arguments = QCoreApplication::arguments().mid(1);
 
     if (arguments.isEmpty()) {

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "chat/ChatRepository.h"
+#include "common/Clock.h"
+#include "service/QuilloAPI.h"
+#include "store/AppIdentity.h"
+#include "store/AppPaths.h"
+#include "store/SessionStore.h"
+#include "store/StateStore.h"
+
+namespace quillo::tool {
+
+namespace detail {
+template <typename T>
+QCoro::Task<std::optional<T>> settled(QCoro::Task<T> task) {
+    co_return co_await task;
+}
+} // namespace detail
+
+// Runs the event loop until `task` is done and gives its result, which (unlike with
+// QCoro::waitFor) need not have a default value.
+template <typename T>
+T waitForResult(QCoro::Task<T> task) {
+    return *QCoro::waitFor(detail::settled(std::move(task)));
+}
+
+// The app's own files and service, opened the way the desktop app opens them: the support
+// directory from QUILLO_SUPPORT_DIR or the usual place, the service from QUILLO_API_URL.
+struct LocalApp {
+    AppPaths paths = AppPaths::current();
+    SystemClock clock;
+    SessionStore session{paths.sessionPath()};
+    StateStore store{paths.statePath(), clock};
+    QuilloAPI api{AppIdentity::apiBaseURL()};
+    ChatRepository repository{store, session, api, clock};
+
+    // Sends what changed up at once, as the app does after a quiet moment, and leaves the
+    // files as the app would: a command ends long before any quiet period would.
+    void finish() {
+        QCoro::waitFor(repository.sync(false));
+        repository.flush();
+    }
+};
+
+} // namespace quillo::tool
