@@ -30,6 +30,9 @@ protected:
         second = device();
         signIn(*first, ana);
         signIn(*second, ana);
+        // The very first upload of the account says it builds on nothing.
+        ASSERT_FALSE(watched->uploads().empty());
+        EXPECT_EQ(watched->uploads().front().base, 0);
         watched->forget();
     }
 

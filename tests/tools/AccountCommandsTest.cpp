@@ -48,13 +48,17 @@ protected:
 };
 
 TEST_F(AccountCommands, AConversationOnOneDeviceReachesTheOtherThroughTheService) {
-    StoredState first;
-    first.profile.setupCompleted = true;
-    first.bots = {StarterBots::forLanguage(QStringLiteral("Spanish"), {}, 0)};
-    first.bots[0].displayName = QStringLiteral("Lucía");
-    seed(laptop, first.withSyncedLanguages());
     const QString code = server.invite(QStringLiteral("ana@example.com"));
     server.start();
+    const ToolRun onboarded =
+        on(laptop, {QStringLiteral("onboard"), QStringLiteral("--name"), QStringLiteral("Ana"),
+                    QStringLiteral("--native"), QStringLiteral("English"),
+                    QStringLiteral("--language"), QStringLiteral("Spanish")});
+    ASSERT_EQ(onboarded.exitCode, 0) << onboarded.err.toStdString();
+    // "NAME (Spanish)", one line for the one starter contact.
+    const QString contactName =
+        QString::fromUtf8(onboarded.out).section(QStringLiteral(" ("), 0, 0);
+    ASSERT_FALSE(contactName.isEmpty());
 
     const ToolRun laptopIn =
         on(laptop, {QStringLiteral("sign-in"), QStringLiteral("--code"), code});
@@ -65,8 +69,8 @@ TEST_F(AccountCommands, AConversationOnOneDeviceReachesTheOtherThroughTheService
     EXPECT_EQ(desktopIn.exitCode, 0) << desktopIn.err.toStdString();
     EXPECT_EQ(stateOf(desktop).bots.size(), 1);
 
-    const ToolRun said = on(laptop, {QStringLiteral("say"), QStringLiteral("--bot"),
-                                     QStringLiteral("Lucía"), QStringLiteral("hola")});
+    const ToolRun said = on(laptop, {QStringLiteral("say"), QStringLiteral("--bot"), contactName,
+                                     QStringLiteral("hola")});
     EXPECT_EQ(said.exitCode, 0) << said.err.toStdString();
     const ToolRun synced = on(desktop, {QStringLiteral("sync")});
     EXPECT_EQ(synced.exitCode, 0) << synced.err.toStdString();

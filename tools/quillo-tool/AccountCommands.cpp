@@ -108,6 +108,15 @@ int nudgeCommand(const QStringList& arguments) {
         return *done;
 
     LocalApp app;
+    if (!app.repository.state().profile.setupCompleted) {
+        printError(QStringLiteral("nudge: nobody is set up yet (see quillo-tool onboard --help)"));
+        return NoResult;
+    }
+    if (!app.repository.state().botsCanStartConversations) {
+        printError(QStringLiteral("nudge: contacts starting conversations is switched off in "
+                                  "the settings"));
+        return NoResult;
+    }
     QSet<QString> before;
     for (const ChatMessage& message : app.repository.state().messages)
         before.insert(message.id);

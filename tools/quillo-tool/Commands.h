@@ -17,6 +17,7 @@ int promptCommand(const QStringList& arguments);
 int parseReplyCommand(const QStringList& arguments);
 int documentCommand(const QStringList& arguments);
 int sayCommand(const QStringList& arguments);
+int onboardCommand(const QStringList& arguments);
 int signInCommand(const QStringList& arguments);
 int signOutCommand(const QStringList& arguments);
 int syncCommand(const QStringList& arguments);

@@ -26,6 +26,8 @@ const std::map<QString, Subcommand>& subcommands() {
          {documentCommand, "check or normalize a state document (check|normalize FILE)"}},
         {QStringLiteral("say"),
          {sayCommand, "send TEXT to a contact as the signed-in user (--bot NAME_OR_ID TEXT)"}},
+        {QStringLiteral("onboard"),
+         {onboardCommand, "set up name, languages and interests; meet starter contacts"}},
         {QStringLiteral("sign-in"), {signInCommand, "sign in with an access code (--code CODE)"}},
         {QStringLiteral("sign-out"),
          {signOutCommand, "send the last changes, then forget the account here"}},
