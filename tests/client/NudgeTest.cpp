@@ -1,19 +1,11 @@
-#include "chat/ChatRepository.h"
-#include "server/ServerTestSupport.h"
-#include "service/QuilloAPI.h"
-#include "store/SessionStore.h"
-#include "store/StateStore.h"
+#include "DeviceFixture.h"
 
-#include <QCoreApplication>
-#include <QCoroTask>
-#include <QElapsedTimer>
 #include <QFile>
 
 #include <future>
 
 using namespace quillo;
-using namespace quillo::server;
-using namespace quillo::server::apitest;
+using namespace quillo::devicetest;
 
 namespace {
 
@@ -28,81 +20,52 @@ QCoro::Task<> marking(QCoro::Task<> task, std::shared_ptr<bool> done) {
 
 // Passes of the scheduler against the real service in-process. The app's time is a manual
 // clock that the tests move on while a turn waits; the delays are drawn by the test.
-class NudgeTest : public ApiTest {
+class NudgeTest : public DevicesTest {
 protected:
-    QTemporaryDir appDir;
-    ManualClock appClock;
-    std::unique_ptr<StateStore> store;
-    std::unique_ptr<SessionStore> session;
-    std::unique_ptr<QuilloAPI> api;
-    std::unique_ptr<ChatRepository> repository;
+    std::unique_ptr<Device> phone;
+    SessionStore* session = nullptr;
+    ChatRepository* repository = nullptr;
     QStringList errors;
     int mostTyping = 0;
 
     void SetUp() override {
-        ApiTest::SetUp();
+        DevicesTest::SetUp();
         // Seven replies a day leave two for contacts that write first.
         config.dailyLimit = 7;
         restart();
-        api = std::make_unique<QuilloAPI>(
-            QUrl(QStringLiteral("http://127.0.0.1:") + QString::number(port())));
-        session = std::make_unique<SessionStore>(appDir.filePath(QStringLiteral("session.json")));
-        const QString token = signIn(QStringLiteral("ana@example.com"));
-        ASSERT_FALSE(token.isEmpty());
-        Account account;
-        account.email = QStringLiteral("ana@example.com");
-        session->signedIn({token, account});
     }
 
     void TearDown() override {
-        repository.reset();
-        api.reset();
-        ApiTest::TearDown();
+        phone.reset();
+        DevicesTest::TearDown();
     }
 
-    QString statePath() const { return appDir.filePath(QStringLiteral("state.json")); }
+    QString statePath() const { return phone->path(QStringLiteral("state.json")); }
 
     // Two contacts with empty chats, set up and allowed to write first.
     static StoredState quietChats() {
-        BotProfile spanish;
-        spanish.id = lucia;
-        spanish.displayName = QStringLiteral("Lucía");
-        spanish.targetLanguage = QStringLiteral("Spanish");
-        BotProfile french = spanish;
-        french.id = polly;
-        french.displayName = QStringLiteral("Polly");
-        french.targetLanguage = QStringLiteral("French");
         StoredState seed;
         seed.profile.setupCompleted = true;
-        seed.bots = {spanish, french};
+        seed.bots = {contact(lucia), contact(polly, QStringLiteral("French"))};
         seed.botsCanStartConversations = true;
         return seed;
     }
 
+    // The phone with `seed` on disk, signed in without a first synchronisation.
     void open(const StoredState& seed) {
-        store = std::make_unique<StateStore>(statePath(), appClock);
-        store->save(seed);
-        store->flush();
-        repository = std::make_unique<ChatRepository>(*store, *session, *api, appClock);
+        phone = device(seed);
+        session = phone->session.get();
+        repository = phone->repository.get();
+        Account account;
+        account.email = QStringLiteral("ana@example.com");
+        session->signedIn({ApiTest::signIn(account.email), account});
         repository->setNudgeDraw([](int) { return 0; });
-        QObject::connect(repository.get(), &ChatRepository::errorOccurred,
+        QObject::connect(repository, &ChatRepository::errorOccurred,
                          [this](const QString& line) { errors.append(line); });
-        QObject::connect(repository.get(), &ChatRepository::typingChanged,
+        QObject::connect(repository, &ChatRepository::typingChanged,
                          [this](const QSet<QString>& typing) {
                              mostTyping = std::max(mostTyping, int(typing.size()));
                          });
-    }
-
-    // Runs the event loop until `done` holds, moving the app's clock on while a turn waits.
-    void spinUntil(const std::function<bool()>& done) {
-        QElapsedTimer guard;
-        guard.start();
-        while (!done() && guard.elapsed() < 20'000) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-            if (appClock.sleeping() > 0)
-                appClock.advance(1'000);
-        }
-        ASSERT_TRUE(done()) << "the pass did not settle";
     }
 
     std::shared_ptr<bool> launch(QCoro::Task<> task) {
@@ -114,8 +77,7 @@ protected:
     // One pass at `now`, the app's clock set to it.
     void pass(qint64 now) {
         appClock.set(now);
-        const auto done = launch(repository->runScheduledNudges(now));
-        spinUntil([done] { return *done; });
+        run(repository->runScheduledNudges(now), true);
     }
 
     QList<ChatMessage> messages(const QString& botId) const {
@@ -210,12 +172,13 @@ TEST_F(NudgeTest, ContactsWriteOneAfterTheOther) {
     const auto done = launch(repository->runScheduledNudges(now));
     auto held = std::async(std::launch::async, [this] { return model.waitForHeld(1); });
     spinUntil(
-        [&held] { return held.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+        [&held] { return held.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
+        true);
     ASSERT_TRUE(held.get());
     EXPECT_EQ(repository->typing(), QSet<QString>{lucia});
 
     model.release();
-    spinUntil([done] { return *done; });
+    spinUntil([done] { return *done; }, true);
     EXPECT_EQ(model.requests().size(), 2);
     EXPECT_EQ(messages(lucia).size(), 1);
     EXPECT_EQ(messages(polly).size(), 1);
