@@ -15,7 +15,8 @@ ChatRepository::ChatRepository(StateStore& store, SessionStore& session, const Q
     , m_client(api, clock)
     , m_editing(*this)
     , m_sync(*this, session, api, m_accountQueue)
-    , m_conversation(*this, session, m_sync, m_client)
+    , m_glossing(*this, m_translator)
+    , m_conversation(*this, session, m_sync, m_client, m_glossing)
     , m_accounts(*this, session, api, m_accountQueue, m_sync)
     , m_nudges(*this, session, m_sync, m_conversation) {
     qRegisterMetaType<quillo::StoredState>();
@@ -26,6 +27,7 @@ ChatRepository::~ChatRepository() {
     m_nudges.close();
     m_accounts.close();
     m_conversation.close();
+    m_glossing.close();
     m_sync.close();
 }
 
@@ -151,6 +153,19 @@ void ChatRepository::setVisibleBotId(const std::optional<QString>& botId) {
 
 void ChatRepository::setOnIncoming(ConversationFlow::Incoming onIncoming) {
     m_conversation.setOnIncoming(std::move(onIncoming));
+}
+
+void ChatRepository::prefetchWords(const QString& messageId) {
+    m_glossing.prefetchWords(messageId);
+}
+
+bool ChatRepository::isGlossing(const QString& messageId) const {
+    return m_glossing.isGlossing(messageId);
+}
+
+QCoro::Task<TranslationResult<Meaning>> ChatRepository::translate(const QString& language,
+                                                                  const QString& selection) {
+    return m_glossing.translate(language, selection);
 }
 
 QCoro::Task<> ChatRepository::runScheduledNudges(qint64 now) {

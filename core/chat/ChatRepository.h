@@ -7,6 +7,7 @@
 #include "chat/DocumentAccess.h"
 #include "chat/ProfileEditing.h"
 #include "chat/ScheduledNudges.h"
+#include "chat/WordGlossing.h"
 #include "common/SerialQueue.h"
 #include "model/StoredState.h"
 
@@ -67,6 +68,12 @@ public:
     void setVisibleBotId(const std::optional<QString>& botId);
     void setOnIncoming(ConversationFlow::Incoming onIncoming);
 
+    // Meanings (see WordGlossing).
+    void prefetchWords(const QString& messageId);
+    bool isGlossing(const QString& messageId) const;
+    QCoro::Task<TranslationResult<Meaning>> translate(const QString& language,
+                                                      const QString& selection);
+
     // Contacts that write first (see ScheduledNudges): one pass at `now`.
     QCoro::Task<> runScheduledNudges(qint64 now);
     // Replaces the secure generator of the nudge delays, for tests.
@@ -109,10 +116,12 @@ private:
     StoredState m_state;
     QSet<QString> m_typing;
     ChatClient m_client;
+    FreeTranslator m_translator;
     // Account and sync operations, strictly one after another.
     SerialQueue m_accountQueue;
     ProfileEditing m_editing;
     StateSync m_sync;
+    WordGlossing m_glossing;
     ConversationFlow m_conversation;
     AccountFlows m_accounts;
     ScheduledNudges m_nudges;

@@ -2,6 +2,7 @@
 
 #include "account/AccountCheck.h"
 #include "chat/ChatClient.h"
+#include "chat/WordGlossing.h"
 #include "model/Identifiers.h"
 #include "model/TextHelpers.h"
 #include "store/SessionStore.h"
@@ -40,11 +41,13 @@ qsizetype newestFromUser(const QList<ChatMessage>& messages) {
 } // namespace
 
 ConversationFlow::ConversationFlow(DocumentAccess& document, SessionStore& session,
-                                   AccountCheck& account, ChatClient& client)
+                                   AccountCheck& account, ChatClient& client,
+                                   WordGlossing& glossing)
     : m_document(document)
     , m_session(session)
     , m_account(account)
-    , m_client(client) {}
+    , m_client(client)
+    , m_glossing(glossing) {}
 
 ConversationFlow::~ConversationFlow() {
     close();
@@ -222,6 +225,7 @@ void ConversationFlow::appendFromBot(const BotProfile& bot, const ChatMessage& m
                 state.lastReadAt.insert(bot.id, message.createdAt);
         },
         DocumentAccess::Languages::Keep);
+    m_glossing.prefetchWords(message.id);
 
     const StoredState& state = m_document.document();
     if (visible || !state.notificationsEnabled || !m_onIncoming)

@@ -15,6 +15,7 @@ class AccountCheck;
 struct BotReply;
 class ChatClient;
 class SessionStore;
+class WordGlossing;
 
 // The conversation itself: the user's messages and the contacts' answers to them. A reply turn
 // runs on the main thread and suspends while the chat client waits; the typing set keeps one
@@ -26,7 +27,7 @@ public:
 
     // Everything given must outlive the flow.
     ConversationFlow(DocumentAccess& document, SessionStore& session, AccountCheck& account,
-                     ChatClient& client);
+                     ChatClient& client, WordGlossing& glossing);
     ~ConversationFlow();
     ConversationFlow(const ConversationFlow&) = delete;
     ConversationFlow& operator=(const ConversationFlow&) = delete;
@@ -64,6 +65,7 @@ private:
     SessionStore& m_session;
     AccountCheck& m_account;
     ChatClient& m_client;
+    WordGlossing& m_glossing;
     std::optional<QString> m_visibleBotId;
     Incoming m_onIncoming;
     CancelToken m_closing;
