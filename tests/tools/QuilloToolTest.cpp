@@ -122,6 +122,12 @@ TEST_F(QuilloToolTest, BadInputGetsOneLineNamingTheFileAndField) {
         {{QStringLiteral("parse-reply"), QStringLiteral("--max-lines"), QStringLiteral("zero")},
          QStringLiteral("--max-lines needs a whole number")},
         {{QStringLiteral("frobnicate")}, QStringLiteral("unknown command frobnicate")},
+        {{QStringLiteral("translate"), QStringLiteral("--from"), QStringLiteral("es"),
+          QStringLiteral("gato")},
+         QStringLiteral("--from, --to and TEXT are required")},
+        {{QStringLiteral("translate"), QStringLiteral("--from"), QStringLiteral("Klingon"),
+          QStringLiteral("--to"), QStringLiteral("en"), QStringLiteral("x")},
+         QStringLiteral("no language code for Klingon")},
     };
     for (const auto& [arguments, message] : cases) {
         const ToolRun run = runQuilloTool(arguments);
@@ -130,4 +136,65 @@ TEST_F(QuilloToolTest, BadInputGetsOneLineNamingTheFileAndField) {
         EXPECT_EQ(lineCount(run.err), 1) << run.err.toStdString();
         EXPECT_TRUE(QString::fromUtf8(run.err).contains(message)) << run.err.toStdString();
     }
+}
+
+TEST_F(QuilloToolTest, WordsAndSegmentsSplitTextAsTheMessageViewDoes) {
+    ToolRun run = runQuilloTool({QStringLiteral("words"), QStringLiteral("--language"),
+                                 QStringLiteral("Spanish"), QStringLiteral("Hola,"),
+                                 QStringLiteral("¿cómo"), QStringLiteral("estás?")});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(QString::fromUtf8(run.out), u"Hola\ncómo\nestás\n");
+
+    const QString glosses = write("glosses.json", R"([{"text":"gato","gloss":"cat"},
+                                                      {"text":"perro","gloss":"dog"}])");
+    run = runQuilloTool({QStringLiteral("segments"), QStringLiteral("--language"),
+                         QStringLiteral("Spanish"), QStringLiteral("--glosses"), glosses,
+                         QStringLiteral("el perro y el gato")});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out, R"([{"end":2,"start":0},{"end":8,"start":3},{"end":10,"start":9},)"
+                       R"({"end":13,"start":11},{"end":18,"gloss":"cat","start":14}])"
+                       "\n");
+
+    const QString notGlosses = write("not-glosses.json", R"([{"text":"gato"}])");
+    run = runQuilloTool({QStringLiteral("segments"), QStringLiteral("--language"),
+                         QStringLiteral("Spanish"), QStringLiteral("--glosses"), notGlosses,
+                         QStringLiteral("el gato")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(run.err.contains("not-glosses.json: [0].gloss: missing")) << run.err.toStdString();
+}
+
+TEST_F(QuilloToolTest, RomanizePrintsTheReadingOrExitsWithOne) {
+    ToolRun run = runQuilloTool({QStringLiteral("romanize"), QStringLiteral("--language"),
+                                 QStringLiteral("Russian"), QStringLiteral("привет")});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out, "privet\n");
+
+    run = runQuilloTool({QStringLiteral("romanize"), QStringLiteral("--language"),
+                         QStringLiteral("Japanese"), QStringLiteral("日本")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.out.isEmpty());
+    EXPECT_TRUE(run.err.isEmpty());
+
+    for (const QString& command :
+         {QStringLiteral("words"), QStringLiteral("segments"), QStringLiteral("romanize")}) {
+        for (const QStringList& rest :
+             {QStringList{QStringLiteral("hola")},
+              QStringList{QStringLiteral("--language"), QStringLiteral("Spanish")}}) {
+            run = runQuilloTool(QStringList{command} + rest);
+            EXPECT_EQ(run.exitCode, 2) << command.toStdString();
+            EXPECT_EQ(lineCount(run.err), 1) << run.err.toStdString();
+            EXPECT_TRUE(run.err.contains("--language and some text are required"));
+        }
+    }
+}
+
+TEST_F(QuilloToolTest, TranslateSaysWhyThereIsNoMeaning) {
+    qputenv("QUILLO_TRANSLATE_URL", "http://127.0.0.1:9");
+    const ToolRun run = runQuilloTool({QStringLiteral("translate"), QStringLiteral("--from"),
+                                       QStringLiteral("Spanish"), QStringLiteral("--to"),
+                                       QStringLiteral("English"), QStringLiteral("gato")});
+    qunsetenv("QUILLO_TRANSLATE_URL");
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.out.isEmpty());
+    EXPECT_TRUE(run.err.startsWith("quillo-tool: translate: network: ")) << run.err.toStdString();
 }

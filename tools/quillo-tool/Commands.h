@@ -22,5 +22,9 @@ int signInCommand(const QStringList& arguments);
 int signOutCommand(const QStringList& arguments);
 int syncCommand(const QStringList& arguments);
 int nudgeCommand(const QStringList& arguments);
+int wordsCommand(const QStringList& arguments);
+int segmentsCommand(const QStringList& arguments);
+int romanizeCommand(const QStringList& arguments);
+int translateCommand(const QStringList& arguments);
 
 } // namespace quillo::tool

@@ -33,6 +33,14 @@ const std::map<QString, Subcommand>& subcommands() {
          {signOutCommand, "send the last changes, then forget the account here"}},
         {QStringLiteral("sync"), {syncCommand, "bring in and send changes once"}},
         {QStringLiteral("nudge"), {nudgeCommand, "let quiet contacts write first, once, now"}},
+        {QStringLiteral("words"),
+         {wordsCommand, "print the words of TEXT, one a line (--language L TEXT)"}},
+        {QStringLiteral("segments"),
+         {segmentsCommand, "print the word segments of TEXT as JSON (--language L TEXT)"}},
+        {QStringLiteral("romanize"),
+         {romanizeCommand, "print the reading of TEXT in Latin letters (--language L TEXT)"}},
+        {QStringLiteral("translate"),
+         {translateCommand, "look TEXT up on the public translator (--from L --to L TEXT)"}},
     };
     return table;
 }
