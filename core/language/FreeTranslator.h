@@ -64,7 +64,7 @@ public:
 
     // One translation per text, in order.
     QCoro::Task<TranslationResult<QStringList>> translateMany(QStringList texts, QString from,
-                                                               QString to) const;
+                                                              QString to) const;
 
     // The pieces, exposed for tests and the fuzzer.
     static QByteArray batchBody(const QStringList& texts);
