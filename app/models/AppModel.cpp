@@ -1,0 +1,88 @@
+#include "AppModel.h"
+
+#include "chat/ChatRepository.h"
+
+#include <QHash>
+
+namespace quillo {
+
+AppModel::AppModel(ChatRepository& repository, QObject* parent)
+    : QObject(parent)
+    , m_repository(repository) {
+    // A conversation whose contact is removed closes.
+    connect(&repository, &ChatRepository::stateChanged, this, [this](const StoredState& state) {
+        if (m_selected && !state.bot(*m_selected))
+            clearSelection();
+    });
+}
+
+std::optional<QString> AppModel::mostRelevantChat(const StoredState& state) {
+    QHash<QString, qint64> newestUnread;
+    QHash<QString, qint64> newest;
+    for (const ChatMessage& message : state.messages) {
+        qint64& latest = newest[message.botId];
+        latest = std::max(latest, message.createdAt);
+        const auto mark = state.lastReadAt.constFind(message.botId);
+        if (message.role == MessageRole::Assistant &&
+            (mark == state.lastReadAt.cend() || message.createdAt > *mark)) {
+            qint64& unread = newestUnread[message.botId];
+            unread = std::max(unread, message.createdAt);
+        }
+    }
+    const auto best = [&state](const QHash<QString, qint64>& times) -> std::optional<QString> {
+        std::optional<QString> chosen;
+        qint64 chosenAt = 0;
+        for (const BotProfile& bot : state.bots) {
+            const auto at = times.constFind(bot.id);
+            if (at != times.cend() && (!chosen || *at > chosenAt)) {
+                chosen = bot.id;
+                chosenAt = *at;
+            }
+        }
+        return chosen;
+    };
+    if (auto unread = best(newestUnread))
+        return unread;
+    if (auto recent = best(newest))
+        return recent;
+    for (const BotProfile& bot : state.bots) {
+        if (bot.isEnabled)
+            return bot.id;
+    }
+    if (!state.bots.isEmpty())
+        return state.bots.first().id;
+    return std::nullopt;
+}
+
+void AppModel::select(const QString& botId) {
+    if (!m_repository.state().bot(botId))
+        return;
+    setSelected(botId);
+    m_repository.openConversation(botId);
+}
+
+void AppModel::clearSelection() {
+    setSelected(std::nullopt);
+}
+
+void AppModel::focusMostRelevantChat() {
+    if (const auto botId = mostRelevantChat(m_repository.state()))
+        select(*botId);
+}
+
+void AppModel::showSheet(Sheet sheet) {
+    if (m_sheet == sheet)
+        return;
+    m_sheet = sheet;
+    Q_EMIT sheetChanged();
+}
+
+void AppModel::setSelected(std::optional<QString> botId) {
+    if (m_selected == botId)
+        return;
+    m_selected = std::move(botId);
+    m_repository.setVisibleBotId(m_selected);
+    Q_EMIT selectionChanged();
+}
+
+} // namespace quillo
