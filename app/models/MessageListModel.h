@@ -1,0 +1,68 @@
+#pragma once
+
+#include "language/MessageLayout.h"
+#include "model/ChatMessage.h"
+
+#include <QAbstractListModel>
+#include <QHash>
+
+namespace quillo {
+
+class ChatRepository;
+struct StoredState;
+
+// One conversation's messages, oldest first. A message's word segments and readings are laid
+// out only when the view asks for them, which a list view does for the rows on screen, and are
+// kept until the message or the reading settings change: scrolling a long chat lays out what
+// comes into view and nothing else.
+class MessageListModel : public QAbstractListModel {
+    Q_OBJECT
+    Q_PROPERTY(QString botId READ botId WRITE setBotId NOTIFY botIdChanged)
+
+public:
+    enum Role {
+        MessageIdRole = Qt::UserRole + 1,
+        TextRole,
+        FromUserRole,
+        CreatedAtRole,
+        LanguageRole,
+        SegmentsRole, // [{start, end, gloss?}], UTF-16 offsets into the text
+        ReadingsRole, // [{start, end, text}], empty unless the language shows pronunciation
+    };
+
+    explicit MessageListModel(ChatRepository& repository, QObject* parent = nullptr);
+
+    const QString& botId() const { return m_botId; }
+    void setBotId(const QString& botId);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    // How many message layouts have been built so far (each costs a word break and, with
+    // readings, a transliteration per word).
+    int layoutsBuilt() const { return m_layoutsBuilt; }
+
+Q_SIGNALS:
+    void botIdChanged();
+
+private:
+    struct Entry {
+        ChatMessage message;
+        QString language;
+        bool withReadings = false;
+    };
+
+    QList<Entry> entriesOf(const StoredState& state) const;
+    void update();
+    const MessageLayout& layoutOf(const Entry& entry) const;
+
+    ChatRepository& m_repository;
+    QString m_botId;
+    QList<Entry> m_entries;
+    // By message id; an entry is laid out again when its text, glosses or settings change.
+    mutable QHash<QString, std::pair<LayoutRequest, MessageLayout>> m_layouts;
+    mutable int m_layoutsBuilt = 0;
+};
+
+} // namespace quillo
