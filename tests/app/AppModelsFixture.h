@@ -31,6 +31,7 @@ protected:
         repository = std::make_unique<ChatRepository>(*store, *session, api, clock);
     }
 
+public:
     static BotProfile contact(const QString& id, bool active = true) {
         BotProfile bot;
         bot.id = id;
