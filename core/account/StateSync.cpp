@@ -92,32 +92,35 @@ QCoro::Task<> StateSync::saveChanges(bool download) {
     const std::optional<QString> token = m_session.token();
     if (!token)
         co_return;
+    // Results are awaited into names: GCC 12 mishandles a co_await inside a condition.
     if (download) {
-        const Outcome downloaded = co_await this->download(*token);
-        if (!*alive)
+        const bool downloaded = co_await downloadOrLog(*token);
+        if (!downloaded || !*alive)
             co_return;
-        if (!downloaded.ok()) {
-            logFailure(downloaded.error());
-            co_return;
-        }
     }
     Outcome uploaded = co_await upload(*token);
     if (!*alive || uploaded.ok())
         co_return;
     if (uploaded.error().hasStatus(409)) {
         // Another device uploaded since our last exchange: bring its copy in, then try once more.
-        const Outcome downloaded = co_await this->download(*token);
-        if (!*alive)
+        const bool downloaded = co_await downloadOrLog(*token);
+        if (!downloaded || !*alive)
             co_return;
-        if (!downloaded.ok()) {
-            logFailure(downloaded.error());
-            co_return;
-        }
         uploaded = co_await upload(*token);
         if (!*alive || uploaded.ok())
             co_return;
     }
     logFailure(uploaded.error());
+}
+
+QCoro::Task<bool> StateSync::downloadOrLog(QString token) {
+    const std::shared_ptr<bool> alive = m_alive;
+    const Outcome downloaded = co_await download(token);
+    if (!*alive)
+        co_return false;
+    if (!downloaded.ok())
+        logFailure(downloaded.error());
+    co_return downloaded.ok();
 }
 
 QCoro::Task<StateSync::Outcome> StateSync::upload(QString token) {

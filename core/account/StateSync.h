@@ -61,6 +61,8 @@ public:
 
 private:
     QCoro::Task<> saveChanges(bool download);
+    // The download step; a failure is logged and gives false.
+    QCoro::Task<bool> downloadOrLog(QString token);
     // One upload of the current document; the failure when it did not go through.
     QCoro::Task<Outcome> upload(QString token);
     QCoro::Task<> waitForQuiet(CancelToken quiet);

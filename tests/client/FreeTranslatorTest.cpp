@@ -1,6 +1,8 @@
 #include "TranslateFixture.h"
 #include "server/ServerTestSupport.h"
 
+#include "common/WaitForResult.h"
+
 #include <QCoroTask>
 #include <QElapsedTimer>
 
@@ -10,17 +12,6 @@ using namespace quillo;
 using namespace quillo::translatetest;
 
 namespace {
-
-// QCoro::waitFor needs a default-constructible result, which a Result is not.
-template <typename T>
-QCoro::Task<std::optional<T>> settled(QCoro::Task<T> task) {
-    co_return co_await task;
-}
-
-template <typename T>
-T await(QCoro::Task<T> task) {
-    return *QCoro::waitFor(settled(std::move(task)));
-}
 
 using Items = QList<std::pair<QString, QString>>;
 
@@ -41,13 +32,13 @@ TEST_F(FreeTranslatorTest, LookupAsksForTheTextAndReadsItsMeaning) {
         QStringLiteral("the cat"), {QStringLiteral("The Cat"), QStringLiteral("tomcat")}));
     // Characters a URL or a form would read as syntax arrive as typed.
     const QString text = QStringLiteral("el gato 1+1=2 & 100%41 #?");
-    const auto meaning =
-        await(translator.lookup(text, QStringLiteral("Spanish"), QStringLiteral("English")));
+    const auto meaning = waitForResult(
+        translator.lookup(text, QStringLiteral("Spanish"), QStringLiteral("English")));
     ASSERT_TRUE(meaning.ok()) << meaning.error().description().toStdString();
     EXPECT_EQ(*meaning, (Meaning{QStringLiteral("the cat"), {QStringLiteral("tomcat")}}));
 
     const auto unknown =
-        await(translator.lookup(QStringLiteral("x"), QStringLiteral("Klingon"), QString()));
+        waitForResult(translator.lookup(QStringLiteral("x"), QStringLiteral("Klingon"), QString()));
     EXPECT_TRUE(unknown.ok());
 
     const QList<TranslateFixture::Request> requests = endpoints.requests();
@@ -68,8 +59,8 @@ TEST_F(FreeTranslatorTest, LookupAsksForTheTextAndReadsItsMeaning) {
 
 TEST_F(FreeTranslatorTest, BatchPostsTheTextsAsAFormAndKeepsTheirOrder) {
     const QStringList texts{QStringLiteral("a b"), QStringLiteral("c&d"), QStringLiteral("猫")};
-    const auto translations =
-        await(translator.translateMany(texts, QStringLiteral("Japanese"), QStringLiteral("de")));
+    const auto translations = waitForResult(
+        translator.translateMany(texts, QStringLiteral("Japanese"), QStringLiteral("de")));
     ASSERT_TRUE(translations.ok()) << translations.error().description().toStdString();
     EXPECT_EQ(*translations, (QStringList{QStringLiteral("tr(a b)"), QStringLiteral("tr(c&d)"),
                                           QStringLiteral("tr(猫)")}));
@@ -86,7 +77,7 @@ TEST_F(FreeTranslatorTest, BatchPostsTheTextsAsAFormAndKeepsTheirOrder) {
     EXPECT_EQ(requests[0].body, "q=a%20b&q=c%26d&q=%E7%8C%AB");
 
     // Nothing to translate asks nothing.
-    const auto none = await(translator.translateMany({}, QString(), QString()));
+    const auto none = waitForResult(translator.translateMany({}, QString(), QString()));
     ASSERT_TRUE(none.ok());
     EXPECT_TRUE(none->isEmpty());
     EXPECT_EQ(endpoints.requests().size(), 1);
@@ -94,8 +85,8 @@ TEST_F(FreeTranslatorTest, BatchPostsTheTextsAsAFormAndKeepsTheirOrder) {
 
 TEST_F(FreeTranslatorTest, AnswersWithoutATranslationAreTypedFailures) {
     const auto lookup = [this](const char16_t* text) {
-        return await(translator.lookup(QString::fromUtf16(text), QStringLiteral("Spanish"),
-                                       QStringLiteral("English")));
+        return waitForResult(translator.lookup(QString::fromUtf16(text), QStringLiteral("Spanish"),
+                                               QStringLiteral("English")));
     };
     endpoints.setLookupAnswer(TranslateFixture::lookup(QStringLiteral("Hola")));
     EXPECT_EQ(lookup(u"hola").error().error, FreeTranslatorError::NoTranslation);
@@ -107,7 +98,7 @@ TEST_F(FreeTranslatorTest, AnswersWithoutATranslationAreTypedFailures) {
 
     endpoints.setBatchAnswer(
         TranslateFixture::batch({QStringLiteral("one"), QStringLiteral("two")}));
-    const auto miscounted = await(translator.translateMany(
+    const auto miscounted = waitForResult(translator.translateMany(
         {QStringLiteral("uno"), QStringLiteral("dos"), QStringLiteral("tres")},
         QStringLiteral("Spanish"), QStringLiteral("English")));
     ASSERT_FALSE(miscounted.ok());
@@ -118,7 +109,7 @@ TEST_F(FreeTranslatorTest, NetworkFailuresCarryTheNetworksOwnWords) {
     const QUrl nobody(
         QStringLiteral("http://127.0.0.1:%1").arg(server::apitest::freeLoopbackPort()));
     const FreeTranslator unreachable({nobody, nobody});
-    const auto refused = await(unreachable.lookup(QStringLiteral("gato"), {}, {}));
+    const auto refused = waitForResult(unreachable.lookup(QStringLiteral("gato"), {}, {}));
     ASSERT_FALSE(refused.ok());
     EXPECT_EQ(refused.error().error, std::nullopt);
     EXPECT_FALSE(refused.error().network.isEmpty());
@@ -131,7 +122,7 @@ TEST_F(FreeTranslatorTest, NetworkFailuresCarryTheNetworksOwnWords) {
     const FreeTranslator impatient(endpoints.origins(), std::chrono::milliseconds(100));
     QElapsedTimer elapsed;
     elapsed.start();
-    const auto silent = await(impatient.translateMany({QStringLiteral("uno")}, {}, {}));
+    const auto silent = waitForResult(impatient.translateMany({QStringLiteral("uno")}, {}, {}));
     EXPECT_LT(elapsed.elapsed(), 10'000);
     ASSERT_FALSE(silent.ok());
     EXPECT_EQ(silent.error().error, std::nullopt);
@@ -143,7 +134,7 @@ TEST_F(FreeTranslatorTest, ARequestInFlightOutlivesItsTranslator) {
     QCoro::Task<TranslationResult<Meaning>> lookup =
         owned->lookup(QStringLiteral("perro"), QStringLiteral("Spanish"), QString());
     owned.reset();
-    const auto meaning = await(std::move(lookup));
+    const auto meaning = waitForResult(std::move(lookup));
     ASSERT_TRUE(meaning.ok()) << meaning.error().description().toStdString();
     EXPECT_EQ(meaning->text, u"tr(perro)");
 }
@@ -154,8 +145,8 @@ TEST_F(FreeTranslatorTest, TheEnvironmentMovesBothEndpointsToOneOrigin) {
     EXPECT_EQ(moved.lookup, QUrl(endpoints.url()));
     EXPECT_EQ(moved.batch, QUrl(endpoints.url()));
     const FreeTranslator local;
-    EXPECT_TRUE(await(local.lookup(QStringLiteral("perro"), {}, {})).ok());
-    EXPECT_TRUE(await(local.translateMany({QStringLiteral("perro")}, {}, {})).ok());
+    EXPECT_TRUE(waitForResult(local.lookup(QStringLiteral("perro"), {}, {})).ok());
+    EXPECT_TRUE(waitForResult(local.translateMany({QStringLiteral("perro")}, {}, {})).ok());
     EXPECT_EQ(endpoints.requests().size(), 2);
 
     // Anything but an http(s) origin leaves the public endpoints in place.

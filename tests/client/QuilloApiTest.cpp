@@ -1,6 +1,8 @@
 #include "service/QuilloAPI.h"
 #include "server/ServerTestSupport.h"
 
+#include "common/WaitForResult.h"
+
 #include <QCoroTask>
 
 #include <mutex>
@@ -10,17 +12,6 @@ using namespace quillo::server;
 using namespace quillo::server::apitest;
 
 namespace {
-
-// QCoro::waitFor needs a default-constructible result, which a Result is not.
-template <typename T>
-QCoro::Task<std::optional<T>> settled(QCoro::Task<T> task) {
-    co_return co_await task;
-}
-
-template <typename T>
-T await(QCoro::Task<T> task) {
-    return *QCoro::waitFor(settled(std::move(task)));
-}
 
 QUrl loopback(int port) {
     return QUrl(QStringLiteral("http://127.0.0.1:") + QString::number(port));
@@ -38,7 +29,8 @@ protected:
     void SetUp() override {
         ApiTest::SetUp();
         api = std::make_unique<QuilloAPI>(loopback(port()));
-        const auto session = await(api->signInWithCode(invite(QStringLiteral("ana@example.com"))));
+        const auto session =
+            waitForResult(api->signInWithCode(invite(QStringLiteral("ana@example.com"))));
         ASSERT_TRUE(session.ok()) << session.error().description().toStdString();
         EXPECT_EQ(session->account.email, u"ana@example.com");
         token = session->token;
@@ -52,28 +44,28 @@ protected:
 };
 
 TEST_F(QuilloApi, SessionAccountAndDeletion) {
-    const auto again = await(api->account(token));
+    const auto again = waitForResult(api->account(token));
     ASSERT_TRUE(again.ok()) << again.error().description().toStdString();
     EXPECT_EQ(again->account.email, u"ana@example.com");
     EXPECT_FALSE(again->token.isEmpty());
 
-    const auto used = await(api->signInWithCode(QStringLiteral("not-a-code")));
+    const auto used = waitForResult(api->signInWithCode(QStringLiteral("not-a-code")));
     ASSERT_FALSE(used.ok());
     EXPECT_TRUE(used.error().provider() && used.error().provider()->status.has_value());
 
-    const auto stranger = await(api->account(QStringLiteral("nobody")));
+    const auto stranger = waitForResult(api->account(QStringLiteral("nobody")));
     ASSERT_FALSE(stranger.ok());
     EXPECT_TRUE(stranger.error().hasStatus(401));
     EXPECT_FALSE(stranger.error().isRetryable());
 
-    ASSERT_TRUE(await(api->deleteAccount(token)).ok());
-    EXPECT_TRUE(await(api->account(token)).error().hasStatus(401));
+    ASSERT_TRUE(waitForResult(api->deleteAccount(token)).ok());
+    EXPECT_TRUE(waitForResult(api->account(token)).error().hasStatus(401));
 }
 
 TEST_F(QuilloApi, RepliesCountAgainstTheDailyLimit) {
     model.setDefault(ModelFixture::reply(QStringLiteral("{\"message\":\"¡Muy bien!\"}")));
     for (int i = 1; i <= config.dailyLimit; ++i) {
-        const auto answer = await(api->reply(token, prompt, 80, 0.6));
+        const auto answer = waitForResult(api->reply(token, prompt, 80, 0.6));
         ASSERT_TRUE(answer.ok()) << answer.error().description().toStdString();
         EXPECT_EQ(answer->content, u"{\"message\":\"¡Muy bien!\"}");
         ASSERT_TRUE(answer->account.has_value());
@@ -84,40 +76,41 @@ TEST_F(QuilloApi, RepliesCountAgainstTheDailyLimit) {
     EXPECT_EQ(sent.value(u"max_tokens").toInt(), 80);
     EXPECT_DOUBLE_EQ(sent.value(u"temperature").toDouble(), 0.6);
 
-    const auto refused = await(api->reply(token, prompt, 80, 0.6));
+    const auto refused = waitForResult(api->reply(token, prompt, 80, 0.6));
     ASSERT_FALSE(refused.ok());
     EXPECT_TRUE(refused.error().hasStatus(402));
     EXPECT_TRUE(refused.error().provider()->body.contains(u"daily limit reached"));
     EXPECT_FALSE(refused.error().isRetryable());
 
-    EXPECT_TRUE(await(api->reply(QStringLiteral("bad"), prompt, 80, 0.6)).error().hasStatus(401));
+    EXPECT_TRUE(
+        waitForResult(api->reply(QStringLiteral("bad"), prompt, 80, 0.6)).error().hasStatus(401));
 }
 
 TEST_F(QuilloApi, StateRoundTripKeepsTheDocumentsBytes) {
-    const auto none = await(api->state(token, 0));
+    const auto none = waitForResult(api->state(token, 0));
     ASSERT_TRUE(none.ok()) << none.error().description().toStdString();
     EXPECT_EQ(*none, RemoteState{});
 
     // Spacing that any re-encoder would remove.
     const QByteArray document = "{ \"theme\" :  \"DARK\" }";
-    const auto stamp = await(api->saveState(token, document, 0));
+    const auto stamp = waitForResult(api->saveState(token, document, 0));
     ASSERT_TRUE(stamp.ok()) << stamp.error().description().toStdString();
     EXPECT_GT(*stamp, 0);
     EXPECT_TRUE(get("/v1/state?since=0", token).body.startsWith("{\"state\":" + document + ','));
 
-    const auto fetched = await(api->state(token, 0));
+    const auto fetched = waitForResult(api->state(token, 0));
     ASSERT_TRUE(fetched.ok()) << fetched.error().description().toStdString();
     ASSERT_TRUE(fetched->state.has_value());
     EXPECT_EQ(fetched->state->theme, ThemeChoice::Dark);
     EXPECT_EQ(fetched->updatedAt, *stamp);
     EXPECT_FALSE(fetched->unchanged);
 
-    const auto same = await(api->state(token, *stamp));
+    const auto same = waitForResult(api->state(token, *stamp));
     ASSERT_TRUE(same.ok());
     EXPECT_TRUE(same->unchanged);
     EXPECT_FALSE(same->state.has_value());
 
-    const auto stale = await(api->saveState(token, "{}", 0));
+    const auto stale = waitForResult(api->saveState(token, "{}", 0));
     ASSERT_FALSE(stale.ok());
     EXPECT_TRUE(stale.error().hasStatus(409));
     EXPECT_TRUE(stale.error().isRetryable());
@@ -126,7 +119,7 @@ TEST_F(QuilloApi, StateRoundTripKeepsTheDocumentsBytes) {
 TEST_F(QuilloApi, OverallDeadlineAbortsAStuckRequest) {
     model.hold();
     QuilloAPI impatient(loopback(port()), ApiTimeouts{std::chrono::seconds(45), {}});
-    const auto answer = await(impatient.reply(token, prompt, 80, 0.6));
+    const auto answer = waitForResult(impatient.reply(token, prompt, 80, 0.6));
     model.release();
     ASSERT_FALSE(answer.ok());
     const ProviderError* error = answer.error().provider();
@@ -206,13 +199,13 @@ TEST(QuilloApiWire, RequestsCarryTheirHeadersAndBodies) {
     const QString t = QStringLiteral("tok");
 
     // Every answer that must be decoded fails as a decoding error; deletion ignores the body.
-    EXPECT_TRUE(await(api.reply(t, prompt, 80, 0.5)).error().decoding());
-    EXPECT_TRUE(await(api.signIn(QStringLiteral("id-token"))).error().decoding());
-    EXPECT_TRUE(await(api.signInWithCode(QStringLiteral("CODE-1"))).error().decoding());
-    EXPECT_TRUE(await(api.account(t)).error().decoding());
-    EXPECT_TRUE(await(api.deleteAccount(t)).ok());
-    EXPECT_TRUE(await(api.state(t, 42)).error().decoding());
-    const auto saved = await(api.saveState(t, "{\"a\":1}", 17));
+    EXPECT_TRUE(waitForResult(api.reply(t, prompt, 80, 0.5)).error().decoding());
+    EXPECT_TRUE(waitForResult(api.signIn(QStringLiteral("id-token"))).error().decoding());
+    EXPECT_TRUE(waitForResult(api.signInWithCode(QStringLiteral("CODE-1"))).error().decoding());
+    EXPECT_TRUE(waitForResult(api.account(t)).error().decoding());
+    EXPECT_TRUE(waitForResult(api.deleteAccount(t)).ok());
+    EXPECT_TRUE(waitForResult(api.state(t, 42)).error().decoding());
+    const auto saved = waitForResult(api.saveState(t, "{\"a\":1}", 17));
     ASSERT_TRUE(saved.error().decoding());
     EXPECT_FALSE(saved.error().isRetryable());
     EXPECT_TRUE(saved.error().description().startsWith(u"Quillo answer not understood: "));
@@ -254,7 +247,7 @@ TEST(QuilloApiWire, FailuresKeepTheStatusAndBody) {
     // The client is gone before the answer comes; the call still finishes.
     QCoro::Task<ApiResult<QuilloSession>> pending =
         QuilloAPI(loopback(peer.port())).account(QStringLiteral("t"));
-    const auto busy = await(std::move(pending));
+    const auto busy = waitForResult(std::move(pending));
     ASSERT_TRUE(busy.error().provider());
     EXPECT_EQ(*busy.error().provider(),
               (ProviderError{503, QStringLiteral("busy \uFFFD\uFFFD now")}));
@@ -262,13 +255,13 @@ TEST(QuilloApiWire, FailuresKeepTheStatusAndBody) {
 
     // Nobody listens on the port: no answer at all, so no status, and worth another try.
     const auto unreachable =
-        await(QuilloAPI(loopback(freeLoopbackPort())).state(QStringLiteral("t"), 0));
+        waitForResult(QuilloAPI(loopback(freeLoopbackPort())).state(QStringLiteral("t"), 0));
     ASSERT_TRUE(unreachable.error().provider());
     EXPECT_FALSE(unreachable.error().provider()->status.has_value());
     EXPECT_FALSE(unreachable.error().provider()->body.isEmpty());
     EXPECT_TRUE(unreachable.error().isRetryable());
 
-    const auto nowhere = await(QuilloAPI(QUrl()).account(QStringLiteral("t")));
+    const auto nowhere = waitForResult(QuilloAPI(QUrl()).account(QStringLiteral("t")));
     EXPECT_EQ(nowhere.error(),
               ApiError(ProviderError{std::nullopt, QStringLiteral("Bad path /v1/account")}));
 }

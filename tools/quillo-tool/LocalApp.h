@@ -2,6 +2,7 @@
 
 #include "chat/ChatRepository.h"
 #include "common/Clock.h"
+#include "common/WaitForResult.h"
 #include "service/QuilloAPI.h"
 #include "store/AppIdentity.h"
 #include "store/AppPaths.h"
@@ -9,20 +10,6 @@
 #include "store/StateStore.h"
 
 namespace quillo::tool {
-
-namespace detail {
-template <typename T>
-QCoro::Task<std::optional<T>> settled(QCoro::Task<T> task) {
-    co_return co_await task;
-}
-} // namespace detail
-
-// Runs the event loop until `task` is done and gives its result, which (unlike with
-// QCoro::waitFor) need not have a default value.
-template <typename T>
-T waitForResult(QCoro::Task<T> task) {
-    return *QCoro::waitFor(detail::settled(std::move(task)));
-}
 
 // The app's own files and service, opened the way the desktop app opens them: the support
 // directory from QUILLO_SUPPORT_DIR or the usual place, the service from QUILLO_API_URL.
