@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TestRecords.h"
 #include "chat/ChatRepository.h"
 #include "service/QuilloAPI.h"
 #include "store/SessionStore.h"
@@ -33,10 +34,7 @@ protected:
 
 public:
     static BotProfile contact(const QString& id, bool active = true) {
-        BotProfile bot;
-        bot.id = id;
-        bot.displayName = id;
-        bot.targetLanguage = QStringLiteral("Spanish");
+        BotProfile bot = testrecords::contact(id);
         bot.isEnabled = active;
         return bot;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TestRecords.h"
 #include "chat/ChatRepository.h"
 #include "server/ForwardingStorage.h"
 #include "server/ServerTestSupport.h"
@@ -16,6 +17,8 @@
 #include <vector>
 
 namespace quillo::devicetest {
+
+using testrecords::contact;
 
 using namespace quillo::server;
 using namespace quillo::server::apitest;
@@ -176,14 +179,5 @@ private:
         done->emplace(true);
     }
 };
-
-// A contact with the few fields the tests look at.
-inline BotProfile contact(const QString& id, const QString& language = QStringLiteral("Spanish")) {
-    BotProfile bot;
-    bot.id = id;
-    bot.displayName = id;
-    bot.targetLanguage = language;
-    return bot;
-}
 
 } // namespace quillo::devicetest

@@ -1,3 +1,4 @@
+#include "TestRecords.h"
 #include "chat/ChatRepository.h"
 #include "model/Identifiers.h"
 #include "model/StarterBots.h"
@@ -14,16 +15,9 @@
 #include <memory>
 
 using namespace quillo;
+using quillo::testrecords::contact;
 
 namespace {
-
-BotProfile contact(const QString& id, const QString& language) {
-    BotProfile bot;
-    bot.id = id;
-    bot.displayName = id;
-    bot.targetLanguage = language;
-    return bot;
-}
 
 ChatMessage messageOf(const QString& botId, qint64 at) {
     ChatMessage message;

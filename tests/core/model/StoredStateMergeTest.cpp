@@ -1,18 +1,12 @@
+#include "TestRecords.h"
 #include "model/StoredState.h"
 
 #include <gtest/gtest.h>
 
 using namespace quillo;
+using quillo::testrecords::contact;
 
 namespace {
-
-BotProfile contact(const QString& id, const QString& language = QStringLiteral("Spanish")) {
-    BotProfile bot;
-    bot.id = id;
-    bot.displayName = id;
-    bot.targetLanguage = language;
-    return bot;
-}
 
 ChatMessage message(const QString& id, qint64 createdAt,
                     const QString& botId = QStringLiteral("a")) {

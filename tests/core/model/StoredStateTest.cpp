@@ -1,10 +1,12 @@
 #include "model/StoredState.h"
+#include "TestRecords.h"
 
 #include <gtest/gtest.h>
 
 #include <QJsonDocument>
 
 using namespace quillo;
+using quillo::testrecords::contact;
 
 namespace {
 
@@ -22,14 +24,6 @@ QString decodeError(const QJsonValue& value) {
     auto decoded = StoredState::fromJson(value);
     EXPECT_FALSE(decoded.ok());
     return decoded.ok() ? QString() : decoded.error().message();
-}
-
-BotProfile contact(const QString& id, const QString& language) {
-    BotProfile bot;
-    bot.id = id;
-    bot.displayName = id;
-    bot.targetLanguage = language;
-    return bot;
 }
 
 ChatMessage message(const QString& id, const QString& botId, MessageRole role, qint64 createdAt) {

@@ -1,3 +1,4 @@
+#include "TestRecords.h"
 #include "model/StoredState.h"
 
 #include <gtest/gtest.h>
@@ -5,16 +6,9 @@
 #include <random>
 
 using namespace quillo;
+using quillo::testrecords::contact;
 
 namespace {
-
-BotProfile contact(const QString& id, const QString& language = QStringLiteral("Spanish")) {
-    BotProfile bot;
-    bot.id = id;
-    bot.displayName = id;
-    bot.targetLanguage = language;
-    return bot;
-}
 
 ChatMessage message(const QString& id, qint64 createdAt, const QString& botId) {
     return {id, botId,     MessageRole::Assistant,  QStringLiteral("text of ") + id,
