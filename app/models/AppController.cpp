@@ -39,13 +39,20 @@ int AppController::totalUnread(const StoredState& state) {
 
 void AppController::start(AppShell& shell, bool launchedAtLogin) {
     m_shell = &shell;
+    ChatRepository* repository = m_repository.get();
+    m_wordHover.wire([repository](QString messageId, QString word, QString language) {
+        repository->prefetchWords(messageId);
+        return repository->translate(language, word);
+    });
+    m_selectionTranslation.wire([repository](QString language, QString text) {
+        return repository->translate(language, text);
+    });
     connect(m_repository.get(), &ChatRepository::stateChanged, this,
             [this](const StoredState& state) { m_shell->setUnread(totalUnread(state)); });
     m_shell->setUnread(totalUnread(m_repository->state()));
     m_repository->setOnIncoming([this](const BotProfile& bot, const QList<ChatMessage>& messages) {
         notify(bot, messages);
     });
-    ChatRepository* repository = m_repository.get();
     m_timers = std::make_unique<RepeatingTimers>(
         m_clock, [repository](qint64 now) { return repository->runScheduledNudges(now); },
         [repository] { return repository->refresh(); });
@@ -66,6 +73,8 @@ void AppController::start(AppShell& shell, bool launchedAtLogin) {
 void AppController::stop() {
     if (m_timers)
         m_timers->stop();
+    m_selectionTranslation.clear();
+    m_wordHover.hide();
     m_repository->setVisibleBotId(std::nullopt);
     m_repository->flush();
 }

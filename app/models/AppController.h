@@ -4,6 +4,8 @@
 #include "models/AppModel.h"
 #include "models/NotificationPayload.h"
 #include "models/RepeatingTimers.h"
+#include "models/SelectionTranslation.h"
+#include "models/WordHover.h"
 #include "service/QuilloAPI.h"
 #include "service/UpdateCheck.h"
 #include "store/AppPaths.h"
@@ -54,6 +56,8 @@ public:
 
     ChatRepository& repository() { return *m_repository; }
     AppModel& model() { return *m_model; }
+    WordHover& wordHover() { return m_wordHover; }
+    SelectionTranslation& selectionTranslation() { return m_selectionTranslation; }
     // A newer release, once the check has found one.
     const std::optional<MacUpdate>& update() const { return m_update; }
 
@@ -74,6 +78,8 @@ private:
     std::unique_ptr<ChatRepository> m_repository;
     std::unique_ptr<AppModel> m_model;
     std::unique_ptr<RepeatingTimers> m_timers;
+    WordHover m_wordHover;
+    SelectionTranslation m_selectionTranslation;
     AppShell* m_shell = nullptr;
     std::optional<MacUpdate> m_update;
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);

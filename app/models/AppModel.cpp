@@ -81,8 +81,18 @@ void AppModel::setSelected(std::optional<QString> botId) {
     if (m_selected == botId)
         return;
     m_selected = std::move(botId);
-    m_repository.setVisibleBotId(m_selected);
+    m_repository.setVisibleBotId(m_windowShown ? m_selected : std::nullopt);
     Q_EMIT selectionChanged();
+}
+
+void AppModel::setWindowShown(bool shown) {
+    if (shown == m_windowShown)
+        return;
+    m_windowShown = shown;
+    m_repository.setVisibleBotId(m_windowShown ? m_selected : std::nullopt);
+    // Coming back to an open conversation reads what arrived meanwhile.
+    if (m_windowShown && m_selected)
+        m_repository.openConversation(*m_selected);
 }
 
 } // namespace quillo

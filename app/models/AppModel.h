@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QtQml/qqmlregistration.h>
 
 #include <optional>
 
@@ -14,6 +15,8 @@ struct StoredState;
 // conversation tells the repository, so that its replies arrive read and without notification.
 class AppModel : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application owns its model")
     Q_PROPERTY(QString selectedBotId READ selectedBotId NOTIFY selectionChanged)
     Q_PROPERTY(Sheet sheet READ sheet NOTIFY sheetChanged)
 
@@ -36,6 +39,11 @@ public:
     Q_INVOKABLE void showSheet(quillo::AppModel::Sheet sheet);
     Q_INVOKABLE void closeSheet() { showSheet(Sheet::None); }
 
+    // Whether the main window is on screen: a hidden window shows no conversation, so its
+    // replies count as unread and raise notifications.
+    bool windowShown() const { return m_windowShown; }
+    void setWindowShown(bool shown);
+
     // A contact with unread messages (the newest unread first), else the most recent
     // conversation, else the first active contact; nothing without contacts.
     static std::optional<QString> mostRelevantChat(const StoredState& state);
@@ -50,6 +58,7 @@ private:
     ChatRepository& m_repository;
     std::optional<QString> m_selected;
     Sheet m_sheet = Sheet::None;
+    bool m_windowShown = true;
 };
 
 } // namespace quillo

@@ -2,6 +2,7 @@
 
 #include <QAbstractListModel>
 #include <QSet>
+#include <QtQml/qqmlregistration.h>
 
 namespace quillo {
 
@@ -14,6 +15,8 @@ struct StoredState;
 // list keeps its place and can animate.
 class ChatListModel : public QAbstractListModel {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application owns the chat list")
 
 public:
     enum Role {

@@ -1,5 +1,6 @@
 #include "MessageListModel.h"
 
+#include "MessageLines.h"
 #include "chat/ChatRepository.h"
 #include "model/Languages.h"
 
@@ -129,6 +130,8 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
                                         {QStringLiteral("text"), reading.text}});
         return readings;
     }
+    case LinesRole:
+        return messageLinesForView(entry.message.text, layoutOf(entry));
     default:
         return {};
     }
@@ -137,7 +140,7 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
 QHash<int, QByteArray> MessageListModel::roleNames() const {
     return {{MessageIdRole, "messageId"}, {TextRole, "text"},         {FromUserRole, "fromUser"},
             {CreatedAtRole, "createdAt"}, {LanguageRole, "language"}, {SegmentsRole, "segments"},
-            {ReadingsRole, "readings"}};
+            {ReadingsRole, "readings"},   {LinesRole, "lines"}};
 }
 
 } // namespace quillo

@@ -5,6 +5,7 @@
 
 #include <QAbstractListModel>
 #include <QHash>
+#include <QtQml/qqmlregistration.h>
 
 namespace quillo {
 
@@ -17,6 +18,8 @@ struct StoredState;
 // comes into view and nothing else.
 class MessageListModel : public QAbstractListModel {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Conversations own their messages")
     Q_PROPERTY(QString botId READ botId WRITE setBotId NOTIFY botIdChanged)
 
 public:
@@ -28,6 +31,7 @@ public:
         LanguageRole,
         SegmentsRole, // [{start, end, gloss?}], UTF-16 offsets into the text
         ReadingsRole, // [{start, end, text}], empty unless the language shows pronunciation
+        LinesRole,    // [[{text, gloss, reading, start, word}]], what the message view draws
     };
 
     explicit MessageListModel(ChatRepository& repository, QObject* parent = nullptr);

@@ -9,6 +9,8 @@ namespace {
 // A notification has room for a few lines; the newest ones say most.
 constexpr qsizetype linesShown = 4;
 
+} // namespace
+
 QString languageAndLevel(const StoredState& state, const BotProfile& bot) {
     QString language;
     std::optional<CefrLevel> level;
@@ -24,8 +26,6 @@ QString languageAndLevel(const StoredState& state, const BotProfile& bot) {
         return level ? title(*level) : QString();
     return level ? language + QStringLiteral(" · ") + title(*level) : language;
 }
-
-} // namespace
 
 NotificationPayload NotificationPayload::of(const StoredState& state, const BotProfile& bot,
                                             const QList<ChatMessage>& messages) {

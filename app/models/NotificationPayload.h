@@ -22,4 +22,8 @@ struct NotificationPayload {
     friend bool operator==(const NotificationPayload&, const NotificationPayload&) = default;
 };
 
+// "Spanish · B1": the language a contact writes now and the user's level in it; for a contact
+// that writes any language, what it chose.
+QString languageAndLevel(const StoredState& state, const BotProfile& bot);
+
 } // namespace quillo

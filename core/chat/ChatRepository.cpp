@@ -20,6 +20,7 @@ ChatRepository::ChatRepository(StateStore& store, SessionStore& session, const Q
     , m_accounts(*this, session, api, m_accountQueue, m_sync)
     , m_nudges(*this, session, m_sync, m_conversation) {
     qRegisterMetaType<quillo::StoredState>();
+    connect(&session, &SessionStore::accountChanged, this, &ChatRepository::accountChanged);
 }
 
 ChatRepository::~ChatRepository() {

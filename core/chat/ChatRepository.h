@@ -98,6 +98,8 @@ public:
 Q_SIGNALS:
     void stateChanged(const quillo::StoredState& state);
     void typingChanged(const QSet<QString>& typing);
+    // Someone signed in, out, or the session ended.
+    void accountChanged();
     // One user-facing line per failure; nothing is kept.
     void errorOccurred(const QString& message);
 

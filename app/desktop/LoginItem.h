@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+namespace quillo {
+
+// Opening Quillo when the user logs in: an XDG autostart entry whose command carries
+// --launched-at-login. When a systemd user unit named after the launch agent starts it
+// instead, an installer manages the start and the settings switch is not the way.
+class LoginItem {
+public:
+    // The directories default to $XDG_CONFIG_HOME/autostart and $XDG_CONFIG_HOME/systemd/user.
+    LoginItem(QString autostartDir = {}, QString unitDir = {});
+
+    bool isOn() const;
+    // Writes or removes the entry; gives the line to show when that failed.
+    std::optional<QString> set(bool on) const;
+    bool managedByInstaller() const;
+
+    QString entryPath() const;
+
+private:
+    QString m_autostartDir;
+    QString m_unitDir;
+};
+
+} // namespace quillo

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "language/MessageLayout.h"
+
+#include <QVariantList>
+
+namespace quillo {
+
+// One piece of a laid-out message as the message view draws it: a word (hoverable, with its
+// gloss and reading when it has them) or the spaces and punctuation between words.
+struct MessagePiece {
+    QString text;
+    QString gloss;
+    QString reading;
+    qint64 start = 0; // UTF-16 offset into the message
+    bool word = false;
+
+    friend bool operator==(const MessagePiece&, const MessagePiece&) = default;
+};
+
+// A message's pieces broken into its lines: a line break inside a gap ends a line, so the view
+// can flow each line's words on its own and wrap only between whole words.
+QList<QList<MessagePiece>> messageLines(const QString& text, const MessageLayout& layout);
+
+// The same, as the list of lists of maps a QML view reads.
+QVariantList messageLinesForView(const QString& text, const MessageLayout& layout);
+
+} // namespace quillo

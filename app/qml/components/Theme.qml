@@ -1,0 +1,3 @@
+pragma Singleton
+import QtQuick
+QtObject {}

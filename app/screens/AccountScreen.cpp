@@ -1,0 +1,118 @@
+#include "AccountScreen.h"
+
+#include "chat/ChatRepository.h"
+
+namespace quillo {
+
+namespace {
+
+const QString deleteFailed = QStringLiteral(
+    "Your account couldn't be deleted right now. Try again in a moment.");
+
+} // namespace
+
+AccountScreen::AccountScreen(ChatRepository& repository, QObject* parent)
+    : QObject(parent)
+    , m_repository(repository) {
+    connect(&repository, &ChatRepository::accountChanged, this, &AccountScreen::accountChanged);
+}
+
+AccountScreen::~AccountScreen() {
+    *m_alive = false;
+}
+
+bool AccountScreen::signedIn() const {
+    return m_repository.account().has_value();
+}
+
+QString AccountScreen::email() const {
+    const auto& account = m_repository.account();
+    return account ? account->email : QString();
+}
+
+QString AccountScreen::returningEmail() const {
+    return m_repository.returningEmail().value_or(QString());
+}
+
+void AccountScreen::signInWithCode(const QString& code) {
+    if (m_busy)
+        return;
+    signingIn(code);
+}
+
+void AccountScreen::signOut() {
+    if (m_busy)
+        return;
+    signingOut();
+}
+
+void AccountScreen::deleteAccount() {
+    if (m_busy)
+        return;
+    deleting();
+}
+
+void AccountScreen::clearFailures() {
+    setFailureLine({});
+    setDeleteFailureLine({});
+}
+
+QCoro::Task<> AccountScreen::signingIn(QString code) {
+    const std::shared_ptr<bool> alive = m_alive;
+    setFailureLine({});
+    setBusy(true);
+    auto request = m_repository.signInWithCode(code);
+    const AccountFlows::Outcome outcome = co_await request;
+    if (!*alive)
+        co_return;
+    setBusy(false);
+    if (!outcome.ok())
+        setFailureLine(AccountFlows::failureLine(outcome.error()));
+}
+
+QCoro::Task<> AccountScreen::signingOut() {
+    const std::shared_ptr<bool> alive = m_alive;
+    setBusy(true);
+    auto request = m_repository.signOut();
+    co_await request;
+    if (*alive)
+        setBusy(false);
+}
+
+QCoro::Task<> AccountScreen::deleting() {
+    const std::shared_ptr<bool> alive = m_alive;
+    setDeleteFailureLine({});
+    setBusy(true);
+    auto request = m_repository.deleteAccount();
+    const AccountFlows::Outcome outcome = co_await request;
+    if (!*alive)
+        co_return;
+    setBusy(false);
+    if (outcome.ok())
+        Q_EMIT accountDeleted();
+    else
+        setDeleteFailureLine(deleteFailed);
+}
+
+void AccountScreen::setBusy(bool busy) {
+    if (busy == m_busy)
+        return;
+    m_busy = busy;
+    Q_EMIT busyChanged();
+}
+
+void AccountScreen::setFailureLine(const QString& line) {
+    if (line == m_failureLine)
+        return;
+    m_failureLine = line;
+    Q_EMIT failureLineChanged();
+}
+
+void AccountScreen::setDeleteFailureLine(const QString& line) {
+    if (line == m_deleteFailureLine)
+        return;
+    m_deleteFailureLine = line;
+    Q_EMIT deleteFailureLineChanged();
+}
+
+} // namespace quillo

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QCoro/QCoroTask>
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+#include <memory>
+
+namespace quillo {
+
+class ChatRepository;
+
+// The sign-in screen and the account part of the settings: who is signed in, signing in with an
+// access code, signing out and deleting the account, each with the line the screen shows.
+class AccountScreen : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application owns the account screen")
+    Q_PROPERTY(bool signedIn READ signedIn NOTIFY accountChanged)
+    Q_PROPERTY(QString email READ email NOTIFY accountChanged)
+    // Whose data is still here after their session ended; empty otherwise.
+    Q_PROPERTY(QString returningEmail READ returningEmail NOTIFY accountChanged)
+    Q_PROPERTY(bool busy READ busy NOTIFY busyChanged)
+    Q_PROPERTY(QString failureLine READ failureLine NOTIFY failureLineChanged)
+    Q_PROPERTY(QString deleteFailureLine READ deleteFailureLine NOTIFY deleteFailureLineChanged)
+    // Whether this build can sign in with Google from the desktop.
+    Q_PROPERTY(bool googleAvailable READ googleAvailable CONSTANT)
+
+public:
+    explicit AccountScreen(ChatRepository& repository, QObject* parent = nullptr);
+    ~AccountScreen() override;
+
+    bool signedIn() const;
+    QString email() const;
+    QString returningEmail() const;
+    bool busy() const { return m_busy; }
+    const QString& failureLine() const { return m_failureLine; }
+    const QString& deleteFailureLine() const { return m_deleteFailureLine; }
+    bool googleAvailable() const { return false; }
+
+    Q_INVOKABLE void signInWithCode(const QString& code);
+    Q_INVOKABLE void signOut();
+    Q_INVOKABLE void deleteAccount();
+    Q_INVOKABLE void clearFailures();
+
+Q_SIGNALS:
+    void accountChanged();
+    void busyChanged();
+    void failureLineChanged();
+    void deleteFailureLineChanged();
+    void accountDeleted();
+
+private:
+    QCoro::Task<> signingIn(QString code);
+    QCoro::Task<> signingOut();
+    QCoro::Task<> deleting();
+    void setBusy(bool busy);
+    void setFailureLine(const QString& line);
+    void setDeleteFailureLine(const QString& line);
+
+    ChatRepository& m_repository;
+    bool m_busy = false;
+    QString m_failureLine;
+    QString m_deleteFailureLine;
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+};
+
+} // namespace quillo

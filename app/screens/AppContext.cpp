@@ -1,0 +1,121 @@
+#include "AppContext.h"
+
+#include "store/AppIdentity.h"
+
+#include <QJSEngine>
+#include <QQmlEngine>
+
+namespace quillo {
+
+namespace {
+
+AppContext* current = nullptr;
+
+} // namespace
+
+AppContext::AppContext(AppController& controller, QObject* parent)
+    : QObject(parent)
+    , m_controller(controller)
+    , m_chats(controller.repository())
+    , m_conversation(controller.repository(), controller.model())
+    , m_account(controller.repository())
+    , m_settings(controller.repository(), m_loginItem)
+    , m_appearance(controller.repository()) {
+    connect(&controller, &AppController::updateFound, this, &AppContext::updateChanged);
+    connect(&m_notifications, &NotificationCards::activated, this,
+            &AppContext::openConversation);
+    // A card for the conversation just opened has nothing more to say.
+    connect(&controller.model(), &AppModel::selectionChanged, this, [this] {
+        m_notifications.dismissFor(m_controller.model().selectedBotId());
+    });
+}
+
+AppContext::~AppContext() {
+    *m_alive = false;
+    if (current == this)
+        current = nullptr;
+}
+
+void AppContext::setCurrent(AppContext* context) {
+    current = context;
+}
+
+AppContext* AppContext::create(QQmlEngine*, QJSEngine*) {
+    Q_ASSERT(current);
+    QJSEngine::setObjectOwnership(current, QJSEngine::CppOwnership);
+    return current;
+}
+
+QString AppContext::updateVersion() const {
+    const auto& update = m_controller.update();
+    return update && !m_updateDismissed ? update->version : QString();
+}
+
+QString AppContext::updateUrl() const {
+    const auto& update = m_controller.update();
+    return update && !m_updateDismissed ? update->url.toString() : QString();
+}
+
+QString AppContext::displayName() {
+    return AppIdentity::displayName();
+}
+
+void AppContext::openConversation(const QString& botId) {
+    m_controller.openConversation(botId);
+}
+
+void AppContext::openSettings() {
+    m_controller.openSettings();
+}
+
+void AppContext::focusMostRelevantChat() {
+    m_controller.model().focusMostRelevantChat();
+}
+
+void AppContext::refresh() {
+    if (!m_refreshing)
+        refreshing(m_alive);
+}
+
+QCoro::Task<> AppContext::refreshing(std::shared_ptr<bool> alive) {
+    m_refreshing = true;
+    Q_EMIT refreshingChanged();
+    auto refresh = m_controller.repository().refresh();
+    co_await refresh;
+    if (!*alive)
+        co_return;
+    m_refreshing = false;
+    Q_EMIT refreshingChanged();
+}
+
+void AppContext::dismissUpdate() {
+    m_updateDismissed = true;
+    Q_EMIT updateChanged();
+}
+
+ContactDraft* AppContext::draftFor(const QString& botId) {
+    auto* draft = new ContactDraft(m_controller.repository(), botId);
+    QJSEngine::setObjectOwnership(draft, QJSEngine::JavaScriptOwnership);
+    return draft;
+}
+
+void AppContext::setWindowShown(bool shown) {
+    m_controller.model().setWindowShown(shown);
+}
+
+void AppContext::showMainWindow() {
+    Q_EMIT showWindowRequested();
+}
+
+void AppContext::setUnread(int count) {
+    if (count == m_unread)
+        return;
+    m_unread = count;
+    Q_EMIT unreadChanged();
+}
+
+void AppContext::showNotification(const NotificationPayload& payload) {
+    m_notifications.push(payload);
+}
+
+} // namespace quillo

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "desktop/LoginItem.h"
+#include "models/AppController.h"
+#include "models/ChatListModel.h"
+#include "screens/AccountScreen.h"
+#include "screens/Appearance.h"
+#include "screens/ContactDraft.h"
+#include "screens/ConversationScreen.h"
+#include "screens/NotificationCards.h"
+#include "screens/ProfileSettings.h"
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+class QJSEngine;
+class QQmlEngine;
+
+namespace quillo {
+
+// What the screens reach as the `App` singleton: the models and screen adapters over the one
+// application controller. It is also the desktop shell the controller talks to: it asks the
+// window to come forward, keeps the unread count and puts notifications on the panel.
+class AppContext : public QObject, public AppShell {
+    Q_OBJECT
+    QML_NAMED_ELEMENT(App)
+    QML_SINGLETON
+    Q_PROPERTY(quillo::AppModel* selection READ selection CONSTANT)
+    Q_PROPERTY(quillo::ChatListModel* chats READ chats CONSTANT)
+    Q_PROPERTY(quillo::ConversationScreen* conversation READ conversation CONSTANT)
+    Q_PROPERTY(quillo::AccountScreen* account READ account CONSTANT)
+    Q_PROPERTY(quillo::ProfileSettings* settings READ settings CONSTANT)
+    Q_PROPERTY(quillo::WordHover* wordHover READ wordHover CONSTANT)
+    Q_PROPERTY(quillo::SelectionTranslation* selectionTranslation READ selectionTranslation
+                   CONSTANT)
+    Q_PROPERTY(quillo::NotificationCards* notifications READ notifications CONSTANT)
+    Q_PROPERTY(quillo::Appearance* appearance READ appearance CONSTANT)
+    Q_PROPERTY(int unread READ unread NOTIFY unreadChanged)
+    Q_PROPERTY(bool refreshing READ refreshing NOTIFY refreshingChanged)
+    // The banner's newer release; empty while there is none or after "Later".
+    Q_PROPERTY(QString updateVersion READ updateVersion NOTIFY updateChanged)
+    Q_PROPERTY(QString updateUrl READ updateUrl NOTIFY updateChanged)
+    Q_PROPERTY(QString displayName READ displayName CONSTANT)
+
+public:
+    explicit AppContext(AppController& controller, QObject* parent = nullptr);
+    ~AppContext() override;
+
+    // The instance the QML engine hands out; set before any screen loads.
+    static void setCurrent(AppContext* context);
+    static AppContext* create(QQmlEngine* qml, QJSEngine* js);
+
+    AppModel* selection() { return &m_controller.model(); }
+    ChatListModel* chats() { return &m_chats; }
+    ConversationScreen* conversation() { return &m_conversation; }
+    AccountScreen* account() { return &m_account; }
+    ProfileSettings* settings() { return &m_settings; }
+    WordHover* wordHover() { return &m_controller.wordHover(); }
+    SelectionTranslation* selectionTranslation() { return &m_controller.selectionTranslation(); }
+    NotificationCards* notifications() { return &m_notifications; }
+    Appearance* appearance() { return &m_appearance; }
+    int unread() const { return m_unread; }
+    bool refreshing() const { return m_refreshing; }
+    QString updateVersion() const;
+    QString updateUrl() const;
+    static QString displayName();
+
+    Q_INVOKABLE void openConversation(const QString& botId);
+    Q_INVOKABLE void openSettings();
+    Q_INVOKABLE void focusMostRelevantChat();
+    // Ctrl+R: the account check and what other devices changed.
+    Q_INVOKABLE void refresh();
+    Q_INVOKABLE void dismissUpdate();
+    // The editor's copy of a contact; an empty id starts a new one.
+    Q_INVOKABLE quillo::ContactDraft* draftFor(const QString& botId);
+    // The window tells whether it is on screen.
+    Q_INVOKABLE void setWindowShown(bool shown);
+
+    // AppShell
+    void showMainWindow() override;
+    void setUnread(int count) override;
+    void showNotification(const NotificationPayload& payload) override;
+
+Q_SIGNALS:
+    void showWindowRequested();
+    void unreadChanged();
+    void refreshingChanged();
+    void updateChanged();
+
+private:
+    QCoro::Task<> refreshing(std::shared_ptr<bool> alive);
+
+    AppController& m_controller;
+    LoginItem m_loginItem;
+    ChatListModel m_chats;
+    ConversationScreen m_conversation;
+    AccountScreen m_account;
+    ProfileSettings m_settings;
+    NotificationCards m_notifications;
+    Appearance m_appearance;
+    int m_unread = 0;
+    bool m_refreshing = false;
+    bool m_updateDismissed = false;
+    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+};
+
+} // namespace quillo

@@ -1,0 +1,92 @@
+#include "ConversationScreen.h"
+
+#include "chat/ChatRepository.h"
+#include "model/TextHelpers.h"
+#include "models/AppModel.h"
+#include "models/NotificationPayload.h"
+
+namespace quillo {
+
+ConversationScreen::ConversationScreen(ChatRepository& repository, AppModel& selection,
+                                       QObject* parent)
+    : QObject(parent)
+    , m_repository(repository)
+    , m_selection(selection)
+    , m_messages(repository) {
+    connect(&selection, &AppModel::selectionChanged, this, &ConversationScreen::follow);
+    connect(&repository, &ChatRepository::stateChanged, this,
+            &ConversationScreen::contactChanged);
+    connect(&repository, &ChatRepository::typingChanged, this,
+            &ConversationScreen::typingChanged);
+    connect(&repository, &ChatRepository::errorOccurred, this, &ConversationScreen::setErrorLine);
+    follow();
+}
+
+void ConversationScreen::follow() {
+    if (m_selection.selectedBotId() == m_messages.botId())
+        return;
+    m_messages.setBotId(m_selection.selectedBotId());
+    setErrorLine({});
+    Q_EMIT contactChanged();
+    Q_EMIT typingChanged();
+}
+
+QString ConversationScreen::name() const {
+    const auto bot = m_repository.state().bot(botId());
+    return bot ? bot->displayName : QString();
+}
+
+QString ConversationScreen::initials() const {
+    const auto bot = m_repository.state().bot(botId());
+    return bot ? bot->initials() : QString();
+}
+
+QString ConversationScreen::accent() const {
+    const auto bot = m_repository.state().bot(botId());
+    return bot ? bot->accent : QString();
+}
+
+QString ConversationScreen::language() const {
+    const auto bot = m_repository.state().bot(botId());
+    return bot ? bot->currentLanguage() : QString();
+}
+
+QString ConversationScreen::languageLine() const {
+    const auto bot = m_repository.state().bot(botId());
+    return bot ? languageAndLevel(m_repository.state(), *bot) : QString();
+}
+
+bool ConversationScreen::active() const {
+    const auto bot = m_repository.state().bot(botId());
+    return bot && bot->isEnabled;
+}
+
+bool ConversationScreen::typing() const {
+    return m_repository.typing().contains(botId());
+}
+
+bool ConversationScreen::send(const QString& text) {
+    const QString trimmed = trimmedText(text);
+    if (trimmed.isEmpty() || botId().isEmpty())
+        return false;
+    setErrorLine({});
+    m_repository.send(botId(), trimmed);
+    return true;
+}
+
+void ConversationScreen::dismissError() {
+    setErrorLine({});
+}
+
+void ConversationScreen::prefetch(const QString& messageId) {
+    m_repository.prefetchWords(messageId);
+}
+
+void ConversationScreen::setErrorLine(const QString& line) {
+    if (line == m_errorLine)
+        return;
+    m_errorLine = line;
+    Q_EMIT errorLineChanged();
+}
+
+} // namespace quillo

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "models/MessageListModel.h"
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+namespace quillo {
+
+class AppModel;
+class ChatRepository;
+
+// The open conversation: its contact's header, its messages, whether a reply is being
+// written, the composer's send, and the last error line (shown once, then dismissed).
+class ConversationScreen : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application owns the conversation")
+    Q_PROPERTY(QString botId READ botId NOTIFY contactChanged)
+    Q_PROPERTY(QString name READ name NOTIFY contactChanged)
+    Q_PROPERTY(QString initials READ initials NOTIFY contactChanged)
+    Q_PROPERTY(QString accent READ accent NOTIFY contactChanged)
+    // The language the contact writes now, for lookups and readings.
+    Q_PROPERTY(QString language READ language NOTIFY contactChanged)
+    // "Japanese · A2", under the name.
+    Q_PROPERTY(QString languageLine READ languageLine NOTIFY contactChanged)
+    Q_PROPERTY(bool active READ active NOTIFY contactChanged)
+    Q_PROPERTY(bool typing READ typing NOTIFY typingChanged)
+    Q_PROPERTY(quillo::MessageListModel* messages READ messages CONSTANT)
+    Q_PROPERTY(QString errorLine READ errorLine NOTIFY errorLineChanged)
+
+public:
+    ConversationScreen(ChatRepository& repository, AppModel& selection, QObject* parent = nullptr);
+
+    const QString& botId() const { return m_messages.botId(); }
+    QString name() const;
+    QString initials() const;
+    QString accent() const;
+    QString language() const;
+    QString languageLine() const;
+    bool active() const;
+    bool typing() const;
+    MessageListModel* messages() { return &m_messages; }
+    const QString& errorLine() const { return m_errorLine; }
+
+    // Sends the composer's text, trimmed; blank text sends nothing. Gives whether it went.
+    Q_INVOKABLE bool send(const QString& text);
+    Q_INVOKABLE void dismissError();
+    // The message view asks for glosses of the contact's messages it shows.
+    Q_INVOKABLE void prefetch(const QString& messageId);
+
+Q_SIGNALS:
+    void contactChanged();
+    void typingChanged();
+    void errorLineChanged();
+
+private:
+    void follow();
+    void setErrorLine(const QString& line);
+
+    ChatRepository& m_repository;
+    AppModel& m_selection;
+    MessageListModel m_messages;
+    QString m_errorLine;
+};
+
+} // namespace quillo

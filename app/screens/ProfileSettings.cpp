@@ -1,0 +1,225 @@
+#include "ProfileSettings.h"
+
+#include "EnumChoices.h"
+#include "desktop/LoginItem.h"
+#include "chat/ChatRepository.h"
+#include "model/Languages.h"
+#include "model/TextHelpers.h"
+
+#include <QVariantMap>
+
+namespace quillo {
+
+ProfileSettings::ProfileSettings(ChatRepository& repository, LoginItem& loginItem,
+                                 QObject* parent)
+    : QObject(parent)
+    , m_repository(repository)
+    , m_loginItem(loginItem) {
+    connect(&repository, &ChatRepository::stateChanged, this, &ProfileSettings::documentChanged);
+}
+
+bool ProfileSettings::setupCompleted() const {
+    return m_repository.state().profile.setupCompleted;
+}
+
+QString ProfileSettings::displayName() const {
+    return m_repository.state().profile.displayName;
+}
+
+void ProfileSettings::setDisplayName(const QString& name) {
+    m_repository.saveProfile([name](UserProfile& profile) { profile.displayName = name; });
+}
+
+QString ProfileSettings::nativeLanguage() const {
+    return m_repository.state().profile.nativeLanguage;
+}
+
+void ProfileSettings::setNativeLanguage(const QString& language) {
+    m_repository.saveProfile(
+        [language](UserProfile& profile) { profile.nativeLanguage = language; });
+}
+
+QString ProfileSettings::about() const {
+    return m_repository.state().profile.about;
+}
+
+void ProfileSettings::setAbout(const QString& about) {
+    m_repository.saveProfile([about](UserProfile& profile) { profile.about = about; });
+}
+
+QString ProfileSettings::interests() const {
+    return m_repository.state().profile.interests.join(QStringLiteral(", "));
+}
+
+void ProfileSettings::setInterests(const QString& interests) {
+    m_repository.saveProfile(
+        [list = parseList(interests)](UserProfile& profile) { profile.interests = list; });
+}
+
+bool ProfileSettings::progressiveDifficulty() const {
+    return m_repository.state().profile.progressiveDifficulty;
+}
+
+void ProfileSettings::setProgressiveDifficulty(bool on) {
+    m_repository.saveProfile([on](UserProfile& profile) { profile.progressiveDifficulty = on; });
+}
+
+QVariantList ProfileSettings::languages() const {
+    QVariantList languages;
+    for (const LanguageSettings& settings : m_repository.state().profile.languages)
+        languages.append(
+            QVariantMap{{QStringLiteral("language"), settings.language},
+                        {QStringLiteral("level"), indexOf(settings.level)},
+                        {QStringLiteral("replyLength"), indexOf(settings.replyLength)},
+                        {QStringLiteral("showsRomanization"), settings.showsRomanization},
+                        {QStringLiteral("supportsRomanization"),
+                         supportsRomanization(settings.language)}});
+    return languages;
+}
+
+bool ProfileSettings::botsCanStartConversations() const {
+    return m_repository.state().botsCanStartConversations;
+}
+
+void ProfileSettings::setBotsCanStartConversations(bool on) {
+    m_repository.setBotsCanStartConversations(on);
+}
+
+bool ProfileSettings::notificationsEnabled() const {
+    return m_repository.state().notificationsEnabled;
+}
+
+void ProfileSettings::setNotificationsEnabled(bool on) {
+    m_repository.setNotificationsEnabled(on);
+}
+
+bool ProfileSettings::wordTranslations() const {
+    return m_repository.state().wordTranslations;
+}
+
+void ProfileSettings::setWordTranslations(bool on) {
+    m_repository.setWordTranslations(on);
+}
+
+int ProfileSettings::theme() const {
+    return indexOf(m_repository.state().theme);
+}
+
+void ProfileSettings::setTheme(int index) {
+    m_repository.setTheme(caseAt(index, m_repository.state().theme));
+}
+
+double ProfileSettings::textSize() const {
+    return m_repository.state().textSettings.textSize;
+}
+
+void ProfileSettings::setTextSize(double size) {
+    TextSettings settings = m_repository.state().textSettings;
+    settings.textSize = size;
+    m_repository.setTextSettings(settings);
+}
+
+double ProfileSettings::lineSpacing() const {
+    return m_repository.state().textSettings.lineSpacing;
+}
+
+void ProfileSettings::setLineSpacing(double spacing) {
+    TextSettings settings = m_repository.state().textSettings;
+    settings.lineSpacing = spacing;
+    m_repository.setTextSettings(settings);
+}
+
+double ProfileSettings::readingSize() const {
+    return m_repository.state().textSettings.readingSize;
+}
+
+void ProfileSettings::setReadingSize(double size) {
+    TextSettings settings = m_repository.state().textSettings;
+    settings.readingSize = size;
+    m_repository.setTextSettings(settings);
+}
+
+double ProfileSettings::readingGap() const {
+    return m_repository.state().textSettings.readingGap;
+}
+
+void ProfileSettings::setReadingGap(double gap) {
+    TextSettings settings = m_repository.state().textSettings;
+    settings.readingGap = gap;
+    m_repository.setTextSettings(settings);
+}
+
+void ProfileSettings::resetTextSettings() {
+    m_repository.setTextSettings(TextSettings());
+}
+
+bool ProfileSettings::openAtLogin() const {
+    return m_loginItem.isOn();
+}
+
+void ProfileSettings::setOpenAtLogin(bool on) {
+    if (const auto failure = m_loginItem.set(on))
+        Q_EMIT problem(*failure);
+    Q_EMIT openAtLoginChanged();
+}
+
+bool ProfileSettings::managedByInstaller() const {
+    return m_loginItem.managedByInstaller();
+}
+
+QStringList ProfileSettings::levelTitles() {
+    return titlesOf<CefrLevel>();
+}
+
+QStringList ProfileSettings::replyLengthTitles() {
+    return titlesOf<ReplyLength>();
+}
+
+QStringList ProfileSettings::themeTitles() {
+    return titlesOf<ThemeChoice>();
+}
+
+void ProfileSettings::completeOnboarding(const QString& name, const QString& nativeLanguage,
+                                         const QStringList& languages,
+                                         const QString& interests) {
+    m_repository.completeOnboarding(name, nativeLanguage, languages, parseList(interests));
+}
+
+void ProfileSettings::setLevel(const QString& language, int level) {
+    LanguageSettings settings = m_repository.state().profile.settings(language);
+    settings.level = caseAt(level, settings.level);
+    m_repository.saveLanguage(settings);
+}
+
+void ProfileSettings::setReplyLength(const QString& language, int length) {
+    LanguageSettings settings = m_repository.state().profile.settings(language);
+    settings.replyLength = caseAt(length, settings.replyLength);
+    m_repository.saveLanguage(settings);
+}
+
+void ProfileSettings::setPronunciation(const QString& language, bool on) {
+    LanguageSettings settings = m_repository.state().profile.settings(language);
+    settings.showsRomanization = on;
+    m_repository.saveLanguage(settings);
+}
+
+void ProfileSettings::addLanguage(const QString& name) {
+    m_repository.addLanguage(name);
+}
+
+void ProfileSettings::removeLanguage(const QString& name) {
+    m_repository.removeLanguage(name);
+}
+
+QString ProfileSettings::toggleListItem(const QString& list, const QString& item) {
+    return quillo::toggleListItem(list, item);
+}
+
+bool ProfileSettings::listHolds(const QString& list, const QString& item) {
+    const QStringList entries = parseList(list);
+    return std::any_of(entries.cbegin(), entries.cend(), [&item](const QString& entry) {
+        return entry.compare(item, Qt::CaseInsensitive) == 0;
+    });
+}
+
+} // namespace quillo

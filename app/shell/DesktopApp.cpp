@@ -1,0 +1,43 @@
+#include "DesktopApp.h"
+
+#include "store/AppIdentity.h"
+
+#include <QGuiApplication>
+#include <QQuickStyle>
+
+namespace quillo {
+
+DesktopApp::DesktopApp(const QStringList& arguments)
+    : m_arguments(arguments)
+    , m_controller(m_clock)
+    , m_context(m_controller)
+    , m_screens(m_context) {
+    QGuiApplication::setApplicationName(AppIdentity::displayName());
+    QGuiApplication::setApplicationDisplayName(AppIdentity::displayName());
+    QGuiApplication::setDesktopFileName(AppIdentity::bundleIdentifier());
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+}
+
+DesktopApp::~DesktopApp() {
+    m_controller.stop();
+}
+
+bool DesktopApp::launchedAtLogin(const QStringList& arguments) {
+    return arguments.contains(QStringLiteral("--launched-at-login")) ||
+           qEnvironmentVariable("XPC_SERVICE_NAME") == AppIdentity::launchAgentLabel();
+}
+
+bool DesktopApp::start() {
+    if (!m_screens.loadMainWindow())
+        return false;
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, qApp, [this] { m_controller.stop(); });
+    QObject::connect(qApp, &QGuiApplication::applicationStateChanged, qApp,
+                     [this](Qt::ApplicationState state) {
+                         if (state == Qt::ApplicationActive)
+                             m_controller.didBecomeActive();
+                     });
+    m_controller.start(m_context, launchedAtLogin(m_arguments));
+    return true;
+}
+
+} // namespace quillo

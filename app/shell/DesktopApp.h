@@ -1,0 +1,37 @@
+#pragma once
+
+#include "common/Clock.h"
+#include "models/AppController.h"
+#include "screens/AppContext.h"
+#include "shell/ScreenEngine.h"
+
+#include <QStringList>
+
+namespace quillo {
+
+// The running application: the controller over the real clock, the screens over it, and the
+// wiring to the process (quitting, becoming active, a login launch).
+class DesktopApp {
+public:
+    explicit DesktopApp(const QStringList& arguments);
+    ~DesktopApp();
+
+    // Loads the screens and starts the controller; false when the screens could not load.
+    bool start();
+
+    AppController& controller() { return m_controller; }
+    AppContext& context() { return m_context; }
+    ScreenEngine& screens() { return m_screens; }
+
+    // Started by the session at login: --launched-at-login, or the login agent's service name.
+    static bool launchedAtLogin(const QStringList& arguments);
+
+private:
+    SystemClock m_clock;
+    QStringList m_arguments;
+    AppController m_controller;
+    AppContext m_context;
+    ScreenEngine m_screens;
+};
+
+} // namespace quillo
