@@ -1,4 +1,7 @@
 #include <QCoreApplication>
+#ifdef QUILLO_TEST_SCREENS
+#include <QGuiApplication>
+#endif
 #include <QStandardPaths>
 
 #include <gtest/gtest.h>
@@ -10,7 +13,14 @@ int main(int argc, char** argv) {
     // Glosses are fetched for every reply; no test may reach the public translator.
     if (!qEnvironmentVariableIsSet("QUILLO_TRANSLATE_URL"))
         qputenv("QUILLO_TRANSLATE_URL", "http://127.0.0.1:9");
+#ifdef QUILLO_TEST_SCREENS
+    // Screens render in software, off any display.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+#else
     QCoreApplication app(argc, argv);
+#endif
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

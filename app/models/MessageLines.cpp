@@ -24,26 +24,34 @@ QList<QList<MessagePiece>> messageLines(const QString& text, const MessageLayout
         readings.insert(reading.range.location, reading.text);
 
     QList<QList<MessagePiece>> lines(1);
-    for (const Segment& segment : layout.segments) {
-        const QStringView piece = QStringView(text).mid(segment.start, segment.end - segment.start);
-        if (segment.gloss || holdsLetterOrNumber(piece)) {
-            lines.last().append({piece.toString(), segment.gloss.value_or(QString()),
-                                 readings.value(segment.start), segment.start, true});
-            continue;
-        }
-        // A gap: every line break in it starts a new line.
-        qsizetype from = 0;
-        for (;;) {
-            const qsizetype end = piece.indexOf(u'\n', from);
-            const QStringView part = piece.mid(from, end < 0 ? -1 : end - from);
-            if (!part.isEmpty())
-                lines.last().append({part.toString(), {}, {}, segment.start + from, false});
-            if (end < 0)
+    // Text that no segment covers (spaces, punctuation): every line break in it starts a new
+    // line.
+    const auto addGap = [&](qsizetype from, qsizetype to) {
+        while (from < to) {
+            const qsizetype lineBreak = text.indexOf(u'\n', from);
+            const qsizetype partEnd = lineBreak < 0 || lineBreak >= to ? to : lineBreak;
+            if (partEnd > from)
+                lines.last().append({text.mid(from, partEnd - from), {}, {}, from, false});
+            if (partEnd == to)
                 break;
             lines.append(QList<MessagePiece>());
-            from = end + 1;
+            from = partEnd + 1;
         }
+    };
+    qsizetype covered = 0;
+    for (const Segment& segment : layout.segments) {
+        if (segment.start < covered || segment.end > text.size())
+            continue;
+        addGap(covered, segment.start);
+        const QStringView piece = QStringView(text).mid(segment.start, segment.end - segment.start);
+        if (segment.gloss || holdsLetterOrNumber(piece))
+            lines.last().append({piece.toString(), segment.gloss.value_or(QString()),
+                                 readings.value(segment.start), segment.start, true});
+        else
+            addGap(segment.start, segment.end);
+        covered = segment.end;
     }
+    addGap(covered, text.size());
     return lines;
 }
 

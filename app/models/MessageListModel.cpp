@@ -34,6 +34,19 @@ void MessageListModel::setBotId(const QString& botId) {
     Q_EMIT botIdChanged();
 }
 
+void MessageListModel::setNewestFirst(bool newestFirst) {
+    if (newestFirst == m_newestFirst)
+        return;
+    beginResetModel();
+    m_newestFirst = newestFirst;
+    endResetModel();
+    Q_EMIT newestFirstChanged();
+}
+
+int MessageListModel::rowOf(qsizetype entry) const {
+    return int(m_newestFirst ? m_entries.size() - 1 - entry : entry);
+}
+
 QList<MessageListModel::Entry> MessageListModel::entriesOf(const StoredState& state) const {
     const std::optional<BotProfile> bot = state.bot(m_botId);
     if (!bot)
@@ -72,10 +85,14 @@ void MessageListModel::update() {
             now.withReadings == before.withReadings)
             continue;
         m_entries[row] = now;
-        Q_EMIT dataChanged(index(int(row)), index(int(row)));
+        Q_EMIT dataChanged(index(rowOf(row)), index(rowOf(row)));
     }
     if (next.size() > kept) {
-        beginInsertRows({}, int(kept), int(next.size() - 1));
+        const int added = int(next.size() - kept);
+        if (m_newestFirst)
+            beginInsertRows({}, 0, added - 1);
+        else
+            beginInsertRows({}, int(kept), int(kept) + added - 1);
         m_entries.append(next.mid(kept));
         endInsertRows();
     }
@@ -98,7 +115,7 @@ int MessageListModel::rowCount(const QModelIndex& parent) const {
 QVariant MessageListModel::data(const QModelIndex& index, int role) const {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return {};
-    const Entry& entry = m_entries[index.row()];
+    const Entry& entry = m_entries[rowOf(index.row())];
     switch (role) {
     case MessageIdRole:
         return entry.message.id;

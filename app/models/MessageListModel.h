@@ -21,6 +21,9 @@ class MessageListModel : public QAbstractListModel {
     QML_ELEMENT
     QML_UNCREATABLE("Conversations own their messages")
     Q_PROPERTY(QString botId READ botId WRITE setBotId NOTIFY botIdChanged)
+    // Rows newest first, for a view that grows upwards from its bottom edge: it then builds the
+    // newest messages first and never the oldest on the way to them.
+    Q_PROPERTY(bool newestFirst READ newestFirst WRITE setNewestFirst NOTIFY newestFirstChanged)
 
 public:
     enum Role {
@@ -38,6 +41,8 @@ public:
 
     const QString& botId() const { return m_botId; }
     void setBotId(const QString& botId);
+    bool newestFirst() const { return m_newestFirst; }
+    void setNewestFirst(bool newestFirst);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
@@ -49,6 +54,7 @@ public:
 
 Q_SIGNALS:
     void botIdChanged();
+    void newestFirstChanged();
 
 private:
     struct Entry {
@@ -60,6 +66,10 @@ private:
     QList<Entry> entriesOf(const StoredState& state) const;
     void update();
     const MessageLayout& layoutOf(const Entry& entry) const;
+    // The view's row of an entry, and back (the same mapping both ways).
+    int rowOf(qsizetype entry) const;
+
+    bool m_newestFirst = false;
 
     ChatRepository& m_repository;
     QString m_botId;

@@ -25,8 +25,8 @@ class SelectionTranslation : public QObject {
     Q_PROPERTY(QString failureLine READ failureLine NOTIFY changed)
 
 public:
-    using Lookup = std::function<QCoro::Task<TranslationResult<Meaning>>(QString language,
-                                                                         QString text)>;
+    using Lookup =
+        std::function<QCoro::Task<TranslationResult<Meaning>>(QString language, QString text)>;
 
     explicit SelectionTranslation(QObject* parent = nullptr);
     ~SelectionTranslation() override;

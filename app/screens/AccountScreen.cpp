@@ -6,8 +6,8 @@ namespace quillo {
 
 namespace {
 
-const QString deleteFailed = QStringLiteral(
-    "Your account couldn't be deleted right now. Try again in a moment.");
+const QString deleteFailed =
+    QStringLiteral("Your account couldn't be deleted right now. Try again in a moment.");
 
 } // namespace
 

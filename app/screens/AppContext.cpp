@@ -22,12 +22,10 @@ AppContext::AppContext(AppController& controller, QObject* parent)
     , m_settings(controller.repository(), m_loginItem)
     , m_appearance(controller.repository()) {
     connect(&controller, &AppController::updateFound, this, &AppContext::updateChanged);
-    connect(&m_notifications, &NotificationCards::activated, this,
-            &AppContext::openConversation);
+    connect(&m_notifications, &NotificationCards::activated, this, &AppContext::openConversation);
     // A card for the conversation just opened has nothing more to say.
-    connect(&controller.model(), &AppModel::selectionChanged, this, [this] {
-        m_notifications.dismissFor(m_controller.model().selectedBotId());
-    });
+    connect(&controller.model(), &AppModel::selectionChanged, this,
+            [this] { m_notifications.dismissFor(m_controller.model().selectedBotId()); });
 }
 
 AppContext::~AppContext() {
@@ -58,6 +56,10 @@ QString AppContext::updateUrl() const {
 
 QString AppContext::displayName() {
     return AppIdentity::displayName();
+}
+
+QString AppContext::version() {
+    return AppIdentity::version();
 }
 
 void AppContext::openConversation(const QString& botId) {

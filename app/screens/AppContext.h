@@ -31,8 +31,8 @@ class AppContext : public QObject, public AppShell {
     Q_PROPERTY(quillo::AccountScreen* account READ account CONSTANT)
     Q_PROPERTY(quillo::ProfileSettings* settings READ settings CONSTANT)
     Q_PROPERTY(quillo::WordHover* wordHover READ wordHover CONSTANT)
-    Q_PROPERTY(quillo::SelectionTranslation* selectionTranslation READ selectionTranslation
-                   CONSTANT)
+    Q_PROPERTY(
+        quillo::SelectionTranslation* selectionTranslation READ selectionTranslation CONSTANT)
     Q_PROPERTY(quillo::NotificationCards* notifications READ notifications CONSTANT)
     Q_PROPERTY(quillo::Appearance* appearance READ appearance CONSTANT)
     Q_PROPERTY(int unread READ unread NOTIFY unreadChanged)
@@ -41,6 +41,7 @@ class AppContext : public QObject, public AppShell {
     Q_PROPERTY(QString updateVersion READ updateVersion NOTIFY updateChanged)
     Q_PROPERTY(QString updateUrl READ updateUrl NOTIFY updateChanged)
     Q_PROPERTY(QString displayName READ displayName CONSTANT)
+    Q_PROPERTY(QString version READ version CONSTANT)
 
 public:
     explicit AppContext(AppController& controller, QObject* parent = nullptr);
@@ -64,6 +65,7 @@ public:
     QString updateVersion() const;
     QString updateUrl() const;
     static QString displayName();
+    static QString version();
 
     Q_INVOKABLE void openConversation(const QString& botId);
     Q_INVOKABLE void openSettings();

@@ -46,8 +46,8 @@ void Appearance::askPortal() {
         return;
     bus.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"),
                 this, SLOT(portalSettingChanged(QString, QString, QDBusVariant)));
-    QDBusMessage read = QDBusMessage::createMethodCall(portalService, portalPath,
-                                                       settingsInterface, QStringLiteral("Read"));
+    QDBusMessage read = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface,
+                                                       QStringLiteral("Read"));
     read << appearanceNamespace << colorSchemeKey;
     // Asked without waiting: start-up does not stall on a slow or missing portal.
     auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(read), this);

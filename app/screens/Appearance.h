@@ -27,8 +27,7 @@ Q_SIGNALS:
     void darkChanged();
 
 private Q_SLOTS:
-    void portalSettingChanged(const QString& space, const QString& key,
-                              const QDBusVariant& value);
+    void portalSettingChanged(const QString& space, const QString& key, const QDBusVariant& value);
 
 private:
     void askPortal();

@@ -23,7 +23,20 @@ ContactDraft::ContactDraft(ChatRepository& repository, const QString& botId, QOb
                                      : state.profile.languages.first().language;
         m_bot = StarterBots::blank(language, state.bots.size());
     }
+    m_showsReading = state.profile.settings(m_bot.currentLanguage()).showsRomanization ||
+                     (m_isNew && supportsRomanization(m_bot.currentLanguage()));
     connect(&repository, &ChatRepository::stateChanged, this, &ContactDraft::memoriesChanged);
+}
+
+bool ContactDraft::readingAvailable() const {
+    return supportsRomanization(m_bot.currentLanguage());
+}
+
+void ContactDraft::setShowsReading(bool on) {
+    if (on == m_showsReading)
+        return;
+    m_showsReading = on;
+    Q_EMIT changed();
 }
 
 template <typename Field, typename Value>
@@ -143,8 +156,16 @@ BotProfile ContactDraft::edited() const {
 }
 
 void ContactDraft::save() {
-    if (canSave())
-        m_repository.saveBot(edited());
+    if (!canSave())
+        return;
+    const BotProfile bot = edited();
+    m_repository.saveBot(bot);
+    // The language's settings exist once a contact practises it.
+    if (readingAvailable()) {
+        LanguageSettings settings = m_repository.state().profile.settings(bot.currentLanguage());
+        settings.showsRomanization = m_showsReading;
+        m_repository.saveLanguage(settings);
+    }
 }
 
 void ContactDraft::remove() {

@@ -32,6 +32,9 @@ class ContactDraft : public QObject {
     Q_PROPERTY(int age READ age WRITE setAge NOTIFY changed)
     // What the contact remembers, as the document holds it now.
     Q_PROPERTY(QStringList memories READ memories NOTIFY memoriesChanged)
+    // The reading line over the words of the contact's language, where that language has one.
+    Q_PROPERTY(bool readingAvailable READ readingAvailable NOTIFY changed)
+    Q_PROPERTY(bool showsReading READ showsReading WRITE setShowsReading NOTIFY changed)
     Q_PROPERTY(bool canSave READ canSave NOTIFY changed)
     Q_PROPERTY(QStringList styleTitles READ styleTitles CONSTANT)
     Q_PROPERTY(QStringList genderTitles READ genderTitles CONSTANT)
@@ -70,6 +73,9 @@ public:
     int age() const;
     void setAge(int index);
     QStringList memories() const;
+    bool readingAvailable() const;
+    bool showsReading() const { return m_showsReading; }
+    void setShowsReading(bool on);
     bool canSave() const;
     static QStringList styleTitles();
     static QStringList genderTitles();
@@ -96,6 +102,7 @@ private:
     ChatRepository& m_repository;
     BotProfile m_bot;
     bool m_isNew;
+    bool m_showsReading = false;
 };
 
 } // namespace quillo

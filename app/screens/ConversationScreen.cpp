@@ -14,10 +14,8 @@ ConversationScreen::ConversationScreen(ChatRepository& repository, AppModel& sel
     , m_selection(selection)
     , m_messages(repository) {
     connect(&selection, &AppModel::selectionChanged, this, &ConversationScreen::follow);
-    connect(&repository, &ChatRepository::stateChanged, this,
-            &ConversationScreen::contactChanged);
-    connect(&repository, &ChatRepository::typingChanged, this,
-            &ConversationScreen::typingChanged);
+    connect(&repository, &ChatRepository::stateChanged, this, &ConversationScreen::contactChanged);
+    connect(&repository, &ChatRepository::typingChanged, this, &ConversationScreen::typingChanged);
     connect(&repository, &ChatRepository::errorOccurred, this, &ConversationScreen::setErrorLine);
     follow();
 }

@@ -30,7 +30,7 @@ template <WireEnumeration E>
 E caseAt(int index, E fallback) {
     const auto& cases = EnumTraits<E>::cases;
     return index >= 0 && std::size_t(index) < cases.size() ? cases[std::size_t(index)].value
-                                                            : fallback;
+                                                           : fallback;
 }
 
 } // namespace quillo

@@ -35,8 +35,8 @@ QVariant NotificationCards::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> NotificationCards::roleNames() const {
-    return {{BotIdRole, "botId"},       {TitleRole, "title"},       {InitialsRole, "initials"},
-            {AccentRole, "accent"},     {SubtitleRole, "subtitle"}, {BodyRole, "body"}};
+    return {{BotIdRole, "botId"},   {TitleRole, "title"},       {InitialsRole, "initials"},
+            {AccentRole, "accent"}, {SubtitleRole, "subtitle"}, {BodyRole, "body"}};
 }
 
 void NotificationCards::push(const NotificationPayload& payload) {

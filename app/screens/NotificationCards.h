@@ -16,8 +16,14 @@ class NotificationCards : public QAbstractListModel {
     Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
 
 public:
-    enum Role { BotIdRole = Qt::UserRole + 1, TitleRole, InitialsRole, AccentRole, SubtitleRole,
-                BodyRole };
+    enum Role {
+        BotIdRole = Qt::UserRole + 1,
+        TitleRole,
+        InitialsRole,
+        AccentRole,
+        SubtitleRole,
+        BodyRole
+    };
 
     static constexpr int mostCards = 3;
 

@@ -1,8 +1,8 @@
 #include "ProfileSettings.h"
 
 #include "EnumChoices.h"
-#include "desktop/LoginItem.h"
 #include "chat/ChatRepository.h"
+#include "desktop/LoginItem.h"
 #include "model/Languages.h"
 #include "model/TextHelpers.h"
 
@@ -10,8 +10,7 @@
 
 namespace quillo {
 
-ProfileSettings::ProfileSettings(ChatRepository& repository, LoginItem& loginItem,
-                                 QObject* parent)
+ProfileSettings::ProfileSettings(ChatRepository& repository, LoginItem& loginItem, QObject* parent)
     : QObject(parent)
     , m_repository(repository)
     , m_loginItem(loginItem) {
@@ -67,13 +66,12 @@ void ProfileSettings::setProgressiveDifficulty(bool on) {
 QVariantList ProfileSettings::languages() const {
     QVariantList languages;
     for (const LanguageSettings& settings : m_repository.state().profile.languages)
-        languages.append(
-            QVariantMap{{QStringLiteral("language"), settings.language},
-                        {QStringLiteral("level"), indexOf(settings.level)},
-                        {QStringLiteral("replyLength"), indexOf(settings.replyLength)},
-                        {QStringLiteral("showsRomanization"), settings.showsRomanization},
-                        {QStringLiteral("supportsRomanization"),
-                         supportsRomanization(settings.language)}});
+        languages.append(QVariantMap{
+            {QStringLiteral("language"), settings.language},
+            {QStringLiteral("level"), indexOf(settings.level)},
+            {QStringLiteral("replyLength"), indexOf(settings.replyLength)},
+            {QStringLiteral("showsRomanization"), settings.showsRomanization},
+            {QStringLiteral("supportsRomanization"), supportsRomanization(settings.language)}});
     return languages;
 }
 
@@ -180,8 +178,7 @@ QStringList ProfileSettings::themeTitles() {
 }
 
 void ProfileSettings::completeOnboarding(const QString& name, const QString& nativeLanguage,
-                                         const QStringList& languages,
-                                         const QString& interests) {
+                                         const QStringList& languages, const QString& interests) {
     m_repository.completeOnboarding(name, nativeLanguage, languages, parseList(interests));
 }
 

@@ -18,13 +18,13 @@ class ProfileSettings : public QObject {
     QML_UNCREATABLE("The application owns the settings")
     Q_PROPERTY(bool setupCompleted READ setupCompleted NOTIFY documentChanged)
     Q_PROPERTY(QString displayName READ displayName WRITE setDisplayName NOTIFY documentChanged)
-    Q_PROPERTY(QString nativeLanguage READ nativeLanguage WRITE setNativeLanguage
-                   NOTIFY documentChanged)
+    Q_PROPERTY(
+        QString nativeLanguage READ nativeLanguage WRITE setNativeLanguage NOTIFY documentChanged)
     Q_PROPERTY(QString about READ about WRITE setAbout NOTIFY documentChanged)
     // The interests as the comma-separated field shows them.
     Q_PROPERTY(QString interests READ interests WRITE setInterests NOTIFY documentChanged)
-    Q_PROPERTY(bool progressiveDifficulty READ progressiveDifficulty WRITE
-                   setProgressiveDifficulty NOTIFY documentChanged)
+    Q_PROPERTY(bool progressiveDifficulty READ progressiveDifficulty WRITE setProgressiveDifficulty
+                   NOTIFY documentChanged)
     // [{language, level, replyLength, showsRomanization, supportsRomanization}], levels and
     // lengths as picker indexes.
     Q_PROPERTY(QVariantList languages READ languages NOTIFY documentChanged)
@@ -32,8 +32,8 @@ class ProfileSettings : public QObject {
                    setBotsCanStartConversations NOTIFY documentChanged)
     Q_PROPERTY(bool notificationsEnabled READ notificationsEnabled WRITE setNotificationsEnabled
                    NOTIFY documentChanged)
-    Q_PROPERTY(bool wordTranslations READ wordTranslations WRITE setWordTranslations
-                   NOTIFY documentChanged)
+    Q_PROPERTY(bool wordTranslations READ wordTranslations WRITE setWordTranslations NOTIFY
+                   documentChanged)
     Q_PROPERTY(int theme READ theme WRITE setTheme NOTIFY documentChanged)
     Q_PROPERTY(double textSize READ textSize WRITE setTextSize NOTIFY documentChanged)
     Q_PROPERTY(double lineSpacing READ lineSpacing WRITE setLineSpacing NOTIFY documentChanged)

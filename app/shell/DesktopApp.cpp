@@ -3,7 +3,6 @@
 #include "store/AppIdentity.h"
 
 #include <QGuiApplication>
-#include <QQuickStyle>
 
 namespace quillo {
 
@@ -15,7 +14,6 @@ DesktopApp::DesktopApp(const QStringList& arguments)
     QGuiApplication::setApplicationName(AppIdentity::displayName());
     QGuiApplication::setApplicationDisplayName(AppIdentity::displayName());
     QGuiApplication::setDesktopFileName(AppIdentity::bundleIdentifier());
-    QQuickStyle::setStyle(QStringLiteral("Basic"));
 }
 
 DesktopApp::~DesktopApp() {

@@ -1,14 +1,23 @@
 #include "ScreenEngine.h"
 
-#include "shell/QmlModules.h"
 #include "screens/AppContext.h"
+#include "shell/QmlModules.h"
 
+#include <QQuickStyle>
 #include <QQuickWindow>
 
 namespace quillo {
 
 ScreenEngine::ScreenEngine(AppContext& context) {
     importQuilloQmlModules();
+    // One look everywhere, drawn from the palette the theme sets, whatever the desktop's own
+    // Qt style is; it needs no shaders, so it draws the same in software.
+    // (A style is set once per process, before the first screen loads.)
+    static const bool styled = [] {
+        QQuickStyle::setStyle(QStringLiteral("Fusion"));
+        return true;
+    }();
+    Q_UNUSED(styled);
     AppContext::setCurrent(&context);
     m_engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     QObject::connect(&m_engine, &QQmlEngine::warnings, &m_engine,

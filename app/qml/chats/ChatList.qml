@@ -1,2 +1,131 @@
 import QtQuick
-Item {}
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quillo.App
+import Quillo.Components
+
+// The sidebar: every contact's chat, active contacts first and the latest conversation on top.
+Rectangle {
+    id: sidebar
+    color: Theme.sidebar
+
+    signal newContact
+    signal editContact(string botId)
+
+    Shortcut {
+        sequences: ["Ctrl+R"]
+        onActivated: App.refresh()
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.margins: Theme.spacing
+            Layout.leftMargin: Theme.padding
+            spacing: 2
+
+            Label {
+                Layout.fillWidth: true
+                text: "Chats"
+                color: Theme.text
+                font.pixelSize: Theme.titleSize
+                font.weight: Font.DemiBold
+            }
+            ToolButton {
+                objectName: "refreshButton"
+                text: "⟳"
+                font.pixelSize: 16
+                enabled: !App.refreshing
+                ToolTip.visible: hovered
+                ToolTip.delay: 600
+                ToolTip.text: "Bring in what your other devices changed (Ctrl+R)"
+                onClicked: App.refresh()
+            }
+            ToolButton {
+                objectName: "newContactButton"
+                text: "+"
+                font.pixelSize: 18
+                ToolTip.visible: hovered
+                ToolTip.delay: 600
+                ToolTip.text: "New contact"
+                onClicked: sidebar.newContact()
+            }
+            ToolButton {
+                objectName: "settingsButton"
+                text: "⚙"
+                font.pixelSize: 16
+                ToolTip.visible: hovered
+                ToolTip.delay: 600
+                ToolTip.text: "Settings"
+                onClicked: App.openSettings()
+            }
+        }
+
+        ListView {
+            id: list
+            objectName: "chatList"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            model: App.chats
+            boundsBehavior: Flickable.StopAtBounds
+            ScrollBar.vertical: ScrollBar {
+            }
+
+            section.property: "active"
+            section.criteria: ViewSection.FullString
+            section.delegate: Item {
+                required property string section
+                width: ListView.view.width
+                // Only inactive contacts get a heading; active ones lead the list without one.
+                height: section === "false" ? heading.implicitHeight : 0
+                Label {
+                    id: heading
+                    visible: parent.height > 0
+                    leftPadding: Theme.padding
+                    topPadding: Theme.spacing * 1.5
+                    bottomPadding: 4
+                    text: "Inactive"
+                    color: Theme.faintText
+                    font.pixelSize: Theme.smallSize
+                    font.weight: Font.DemiBold
+                }
+            }
+
+            delegate: ChatRow {
+                width: ListView.view.width
+                selected: botId === App.selection.selectedBotId
+                onClicked: App.selection.select(botId)
+                onEditRequested: sidebar.editContact(botId)
+            }
+
+            moveDisplaced: Transition {
+                NumberAnimation {
+                    properties: "y"
+                    duration: 160
+                    easing.type: Easing.OutCubic
+                }
+            }
+            move: Transition {
+                NumberAnimation {
+                    properties: "y"
+                    duration: 160
+                    easing.type: Easing.OutCubic
+                }
+            }
+
+            Label {
+                anchors.centerIn: parent
+                width: parent.width - 48
+                visible: list.count === 0
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+                text: "No contacts yet. Add one with +."
+                color: Theme.secondaryText
+            }
+        }
+    }
+}

@@ -1,2 +1,40 @@
 import QtQuick
-Item {}
+import QtQuick.Controls
+import Quillo.App
+
+// Suggested interests as chips over a comma-separated field: a chip shows whether the field
+// holds it, and tapping it adds or removes it.
+Flow {
+    id: chips
+    property string list
+    property var choices: Theme.interestSuggestions
+    signal changed(string list)
+
+    spacing: 6
+
+    Repeater {
+        model: chips.choices
+        delegate: Rectangle {
+            required property string modelData
+            readonly property bool chosen: App.settings.listHolds(chips.list, modelData)
+            height: 28
+            width: chipLabel.implicitWidth + 24
+            radius: 14
+            color: chosen ? Theme.accent : "transparent"
+            border.color: chosen ? Theme.accent : Theme.separator
+
+            Label {
+                id: chipLabel
+                anchors.centerIn: parent
+                text: parent.modelData
+                color: parent.chosen ? Theme.accentText : Theme.text
+                font.pixelSize: Theme.smallSize + 0.5
+            }
+            MouseArea {
+                anchors.fill: parent
+                cursorShape: Qt.PointingHandCursor
+                onClicked: chips.changed(App.settings.toggleListItem(chips.list, parent.modelData))
+            }
+        }
+    }
+}

@@ -1,2 +1,260 @@
 import QtQuick
-Item {}
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quillo.App
+import Quillo.Components
+
+// A contact, new or existing: who it is, how it talks, what it knows, and whether it is active.
+Rectangle {
+    id: editor
+    // From App.draftFor: the editor works on this copy until "Save".
+    property var draft
+    signal done
+
+    color: Theme.window
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.margins: Theme.spacing
+            Layout.leftMargin: Theme.padding
+            Button {
+                text: "Cancel"
+                flat: true
+                onClicked: editor.done()
+            }
+            Label {
+                Layout.fillWidth: true
+                horizontalAlignment: Text.AlignHCenter
+                text: editor.draft.isNew ? "New contact" : "Edit contact"
+                color: Theme.text
+                font.pixelSize: Theme.titleSize
+                font.weight: Font.DemiBold
+            }
+            Button {
+                objectName: "saveContact"
+                text: "Save"
+                highlighted: true
+                enabled: editor.draft.canSave
+                onClicked: {
+                    editor.draft.save();
+                    editor.done();
+                }
+            }
+        }
+        Rectangle {
+            Layout.fillWidth: true
+            height: 1
+            color: Theme.separator
+        }
+
+        ScrollView {
+            id: scroll
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            contentWidth: availableWidth
+
+            ColumnLayout {
+                width: Math.min(520, scroll.availableWidth - 48)
+                x: (scroll.availableWidth - width) / 2
+                spacing: Theme.spacing
+
+                Item {
+                    Layout.preferredHeight: Theme.spacing
+                }
+                RowLayout {
+                    spacing: Theme.padding
+                    Avatar {
+                        size: 64
+                        initials: editor.draft.initials
+                        accent: editor.draft.accent
+                    }
+                    Flow {
+                        Layout.fillWidth: true
+                        spacing: 6
+                        Repeater {
+                            model: editor.draft.accents
+                            delegate: Rectangle {
+                                required property string modelData
+                                width: 24
+                                height: 24
+                                radius: 12
+                                color: modelData
+                                border.width: editor.draft.accent === modelData ? 3 : 0
+                                border.color: Theme.text
+                                MouseArea {
+                                    anchors.fill: parent
+                                    cursorShape: Qt.PointingHandCursor
+                                    onClicked: editor.draft.accent = parent.modelData
+                                }
+                            }
+                        }
+                    }
+                }
+
+                FormField {
+                    objectName: "contactName"
+                    label: "Name"
+                    text: editor.draft.displayName
+                    placeholder: "e.g. Cafe Coco"
+                    onEdited: text => editor.draft.displayName = text
+                }
+
+                Label {
+                    text: "Language"
+                    color: Theme.text
+                    font.pixelSize: Theme.bodySize
+                }
+                ComboBox {
+                    Layout.fillWidth: true
+                    editable: true
+                    model: editor.draft.languageChoices
+                    Component.onCompleted: {
+                        const at = find(editor.draft.targetLanguage);
+                        if (at >= 0)
+                            currentIndex = at;
+                        else
+                            editText = editor.draft.targetLanguage;
+                    }
+                    onActivated: editor.draft.targetLanguage = currentText
+                    onEditTextChanged: if (activeFocus)
+                        editor.draft.targetLanguage = editText
+                }
+                SwitchRow {
+                    visible: editor.draft.readingAvailable
+                    title: "Pronunciation above words"
+                    explanation: "Pinyin, romaji or Latin letters in small print over each word."
+                    checked: editor.draft.showsReading
+                    onToggled: on => editor.draft.showsReading = on
+                }
+
+                SectionTitle {
+                    text: "Conversation style"
+                }
+                ComboBox {
+                    objectName: "stylePicker"
+                    Layout.fillWidth: true
+                    model: editor.draft.styleTitles
+                    currentIndex: editor.draft.style
+                    onActivated: index => editor.draft.style = index
+                }
+                RowLayout {
+                    Layout.fillWidth: true
+                    spacing: Theme.spacing
+                    ColumnLayout {
+                        Layout.fillWidth: true
+                        Label {
+                            text: "Age"
+                            color: Theme.text
+                            font.pixelSize: Theme.bodySize
+                        }
+                        ComboBox {
+                            Layout.fillWidth: true
+                            model: editor.draft.ageTitles
+                            currentIndex: editor.draft.age
+                            onActivated: index => editor.draft.age = index
+                        }
+                    }
+                    ColumnLayout {
+                        Layout.fillWidth: true
+                        Label {
+                            text: "Gender"
+                            color: Theme.text
+                            font.pixelSize: Theme.bodySize
+                        }
+                        ComboBox {
+                            Layout.fillWidth: true
+                            model: editor.draft.genderTitles
+                            currentIndex: editor.draft.gender
+                            onActivated: index => editor.draft.gender = index
+                        }
+                    }
+                }
+
+                SectionTitle {
+                    text: "Persona"
+                }
+                FormField {
+                    label: "Likes to talk about"
+                    text: editor.draft.topic
+                    placeholder: "e.g. coffee, music, football"
+                    onEdited: text => editor.draft.topic = text
+                }
+                FormField {
+                    label: "Personality"
+                    text: editor.draft.personality
+                    placeholder: "e.g. warm and friendly"
+                    onEdited: text => editor.draft.personality = text
+                }
+                FormField {
+                    label: "Way of talking"
+                    text: editor.draft.styleNote
+                    placeholder: "e.g. talks like a casual friend"
+                    onEdited: text => editor.draft.styleNote = text
+                }
+                FormField {
+                    label: "Notes"
+                    multiline: true
+                    text: editor.draft.notes
+                    placeholder: "e.g. Correct my mistakes gently. Ask about my trip to Tokyo."
+                    explanation: "What this contact should know about you or how it should talk."
+                    onEdited: text => editor.draft.notes = text
+                }
+
+                SwitchRow {
+                    objectName: "activeSwitch"
+                    title: "Active"
+                    explanation: "Inactive contacts never text and move to the bottom."
+                    checked: editor.draft.active
+                    onToggled: on => editor.draft.active = on
+                }
+
+                SectionTitle {
+                    visible: !editor.draft.isNew
+                    text: "Memories"
+                }
+                MemoriesList {
+                    visible: !editor.draft.isNew
+                    Layout.fillWidth: true
+                    draft: editor.draft
+                }
+
+                Button {
+                    objectName: "deleteContact"
+                    visible: !editor.draft.isNew
+                    Layout.topMargin: Theme.padding
+                    text: "Delete contact"
+                    flat: true
+                    palette.buttonText: Theme.danger
+                    onClicked: confirmDelete.open()
+                }
+                Item {
+                    Layout.preferredHeight: Theme.padding * 2
+                }
+            }
+        }
+    }
+
+    Dialog {
+        id: confirmDelete
+        objectName: "confirmDelete"
+        anchors.centerIn: parent
+        width: Math.min(400, editor.width - 48)
+        modal: true
+        title: "Delete " + editor.draft.displayName + "?"
+        standardButtons: Dialog.Cancel | Dialog.Ok
+        Label {
+            width: parent.width
+            text: "The conversation is deleted too."
+            wrapMode: Text.Wrap
+            color: Theme.text
+        }
+        onAccepted: {
+            editor.draft.remove();
+            editor.done();
+        }
+    }
+}

@@ -1,2 +1,57 @@
 import QtQuick
-Item {}
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quillo.Components
+
+// What a contact remembers about the user, each forgettable on its own or all at once.
+ColumnLayout {
+    id: memories
+    property var draft
+    spacing: 4
+
+    Label {
+        objectName: "noMemories"
+        Layout.fillWidth: true
+        visible: memories.draft.memories.length === 0
+        text: "Nothing yet. What you share in the chat shows up here, and the contact brings it up later."
+        wrapMode: Text.Wrap
+        color: Theme.secondaryText
+        font.pixelSize: Theme.smallSize + 0.5
+    }
+    Repeater {
+        model: memories.draft.memories
+        delegate: Rectangle {
+            required property string modelData
+            Layout.fillWidth: true
+            implicitHeight: memoryRow.implicitHeight + 8
+            radius: 6
+            color: Theme.surface
+            border.color: Theme.separator
+            RowLayout {
+                id: memoryRow
+                anchors.fill: parent
+                anchors.leftMargin: 10
+                anchors.rightMargin: 2
+                Label {
+                    Layout.fillWidth: true
+                    text: modelData
+                    wrapMode: Text.Wrap
+                    color: Theme.text
+                    font.pixelSize: Theme.bodySize
+                }
+                ToolButton {
+                    text: "Forget"
+                    font.pixelSize: Theme.smallSize
+                    onClicked: memories.draft.forget(modelData)
+                }
+            }
+        }
+    }
+    Button {
+        objectName: "forgetEverything"
+        visible: memories.draft.memories.length > 0
+        text: "Forget everything"
+        flat: true
+        onClicked: memories.draft.forgetEverything()
+    }
+}

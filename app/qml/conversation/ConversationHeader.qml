@@ -1,2 +1,59 @@
 import QtQuick
-Item {}
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quillo.App
+import Quillo.Components
+
+// Who the conversation is with: avatar, name, the language and level it writes in, and whether
+// it is writing now.
+Rectangle {
+    id: header
+    signal editContact
+
+    readonly property var conversation: App.conversation
+    implicitHeight: 60
+    color: Theme.window
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.padding
+        anchors.rightMargin: Theme.spacing
+        spacing: 10
+
+        Avatar {
+            size: 36
+            initials: header.conversation.initials
+            accent: header.conversation.accent
+        }
+        ColumnLayout {
+            Layout.fillWidth: true
+            spacing: 0
+            Label {
+                objectName: "conversationName"
+                Layout.fillWidth: true
+                text: header.conversation.name
+                elide: Text.ElideRight
+                color: Theme.text
+                font.pixelSize: Theme.bodySize + 2
+                font.weight: Font.DemiBold
+            }
+            Label {
+                Layout.fillWidth: true
+                text: header.conversation.typing ? "typing…" : header.conversation.languageLine + (header.conversation.active ? "" : " · inactive")
+                color: header.conversation.typing ? Theme.accent : Theme.secondaryText
+                font.pixelSize: Theme.smallSize
+            }
+        }
+        ToolButton {
+            objectName: "editContactButton"
+            text: "Edit"
+            onClicked: header.editContact()
+        }
+    }
+    Rectangle {
+        anchors.bottom: parent.bottom
+        width: parent.width
+        height: 1
+        color: Theme.separator
+    }
+}

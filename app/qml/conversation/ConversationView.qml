@@ -1,2 +1,201 @@
 import QtQuick
-Item {}
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quillo.App
+import Quillo.Components
+import Quillo.Panels
+
+// The open conversation: its header, the messages (newest at the bottom), the typing bubble,
+// the word panels and the composer.
+Rectangle {
+    id: view
+    color: Theme.window
+
+    // How long the pointer rests on a word before its gloss shows.
+    property int hoverDelay: 450
+    signal editContact
+
+    readonly property var conversation: App.conversation
+    readonly property bool pointing: App.settings.wordTranslations
+    property var selectionBubble: null
+
+    function clearPanels() {
+        if (selectionBubble)
+            selectionBubble.clearSelection();
+        selectionBubble = null;
+        App.selectionTranslation.clear();
+        hoverTimer.stop();
+        App.wordHover.hide();
+    }
+
+    Connections {
+        target: App.selection
+        function onSelectionChanged() {
+            view.clearPanels();
+            composer.text = "";
+            Qt.callLater(messages.positionViewAtBeginning);
+        }
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        ConversationHeader {
+            Layout.fillWidth: true
+            onEditContact: view.editContact()
+        }
+
+        ListView {
+            id: messages
+            objectName: "messageList"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            model: view.conversation.messages
+            // Newest at the bottom edge, which is where the list starts: opening a long chat
+            // builds its last messages first, and a new one pushes the others up.
+            verticalLayoutDirection: ListView.BottomToTop
+            spacing: 2
+            topMargin: Theme.spacing
+            bottomMargin: Theme.spacing
+            // Only what is on screen, and a little around it, is ever built and laid out.
+            cacheBuffer: 200
+            boundsBehavior: Flickable.StopAtBounds
+            ScrollBar.vertical: ScrollBar {
+            }
+
+            Component.onCompleted: view.conversation.messages.newestFirst = true
+
+            delegate: MessageBubble {
+                maxBubbleWidth: Math.min(560, messages.width * 0.72)
+                interactive: view.pointing
+                textSize: App.settings.textSize
+                lineSpacing: App.settings.lineSpacing
+                readingSize: App.settings.readingSize
+                readingGap: App.settings.readingGap
+                onWordHovered: (piece, item) => {
+                    hoverTimer.piece = piece;
+                    hoverTimer.item = item;
+                    hoverTimer.messageId = messageId;
+                    hoverTimer.restart();
+                }
+                onWordLeft: {
+                    hoverTimer.stop();
+                    App.wordHover.hide();
+                }
+                onSelectionCleared: {
+                    if (view.selectionBubble && view.selectionBubble !== this)
+                        view.selectionBubble.clearSelection();
+                    view.selectionBubble = null;
+                    App.selectionTranslation.clear();
+                }
+                onSelectionMade: bubble => {
+                    view.selectionBubble = bubble;
+                    App.wordHover.hide();
+                }
+            }
+
+            header: Item {
+                width: messages.width
+                height: view.conversation.typing ? typing.height + 8 : 0
+                TypingBubble {
+                    id: typing
+                    objectName: "typingBubble"
+                    x: Theme.padding
+                    y: 4
+                    visible: view.conversation.typing
+                }
+            }
+
+            Label {
+                anchors.centerIn: parent
+                width: parent.width - 64
+                visible: messages.count === 0 && !view.conversation.typing
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+                text: "Say hello to " + view.conversation.name + "."
+                color: Theme.secondaryText
+            }
+        }
+
+        Label {
+            id: errorLine
+            objectName: "errorLine"
+            Layout.fillWidth: true
+            Layout.leftMargin: Theme.padding
+            Layout.rightMargin: Theme.padding
+            visible: text.length > 0
+            text: view.conversation.errorLine
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            padding: 6
+            color: Theme.danger
+            font.pixelSize: Theme.smallSize + 0.5
+            background: Rectangle {
+                radius: 6
+                color: Theme.errorBackground
+            }
+            // Said once: it goes by itself after a while, or with the next message.
+            Timer {
+                running: errorLine.visible
+                interval: 8000
+                onTriggered: view.conversation.dismissError()
+            }
+        }
+
+        Composer {
+            id: composer
+            Layout.fillWidth: true
+            onSent: {
+                messages.positionViewAtBeginning();
+                view.clearPanels();
+            }
+        }
+    }
+
+    Timer {
+        id: hoverTimer
+        property var piece: null
+        property var item: null
+        property string messageId
+        interval: view.hoverDelay
+        onTriggered: {
+            if (!piece || !item || view.selectionBubble)
+                return;
+            App.wordHover.show(messageId, piece.text, view.conversation.language, piece.gloss);
+            const at = item.mapToItem(view, item.width / 2, 0);
+            tooltip.anchorX = at.x;
+            tooltip.anchorY = at.y;
+        }
+    }
+
+    WordTooltip {
+        id: tooltip
+        objectName: "wordTooltip"
+        hover: App.wordHover
+        bounds: view
+    }
+
+    Button {
+        id: translateButton
+        objectName: "translateButton"
+        visible: view.selectionBubble !== null && !App.selectionTranslation.shown
+        text: "Translate"
+        highlighted: true
+        font.pixelSize: Theme.smallSize + 0.5
+        readonly property point at: view.selectionBubble ? view.selectionBubble.mapToItem(view, 0, 0) : Qt.point(0, 0)
+        x: Math.max(8, Math.min(view.width - width - 8, at.x + Theme.padding))
+        y: Math.max(8, at.y - height - 2)
+        onClicked: App.selectionTranslation.translate(view.conversation.language, view.selectionBubble.selectedText)
+    }
+
+    SelectionPanel {
+        objectName: "selectionPanel"
+        translation: App.selectionTranslation
+        width: Math.min(360, view.width - 32)
+        x: Math.max(16, Math.min(view.width - width - 16, translateButton.x))
+        y: Math.max(60, Math.min(view.height - height - 120, translateButton.y - height / 2))
+        onClosed: view.clearPanels()
+    }
+}

@@ -1,2 +1,48 @@
 import QtQuick
-Item {}
+import Quillo.Components
+
+// Three dots in a contact's bubble while its reply is being written.
+Rectangle {
+    id: bubble
+    width: 64
+    height: 36
+    radius: Theme.bubbleRadius
+    color: Theme.theirBubble
+    border.color: Theme.separator
+    border.width: Theme.dark ? 0 : 1
+
+    Row {
+        anchors.centerIn: parent
+        spacing: 5
+        Repeater {
+            model: 3
+            delegate: Rectangle {
+                required property int index
+                width: 7
+                height: 7
+                radius: 3.5
+                color: Theme.secondaryText
+                SequentialAnimation on opacity  {
+                    running: bubble.visible
+                    loops: Animation.Infinite
+                    PauseAnimation {
+                        duration: index * 160
+                    }
+                    NumberAnimation {
+                        from: 0.3
+                        to: 1
+                        duration: 320
+                    }
+                    NumberAnimation {
+                        from: 1
+                        to: 0.3
+                        duration: 320
+                    }
+                    PauseAnimation {
+                        duration: (2 - index) * 160
+                    }
+                }
+            }
+        }
+    }
+}

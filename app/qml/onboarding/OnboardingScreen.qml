@@ -1,2 +1,184 @@
 import QtQuick
-Item {}
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quillo.App
+import Quillo.Components
+
+// Setting up: what to call the user, their own language, the languages to practise (each gets
+// a starter contact) and a few interests the contacts can talk about.
+Rectangle {
+    id: screen
+    color: Theme.window
+
+    property string name: App.settings.displayName
+    property string nativeLanguage: App.settings.nativeLanguage || "English"
+    property var languages: []
+    property string interests: App.settings.interests
+
+    readonly property bool ready: name.trim().length > 0 && nativeLanguage.trim().length > 0 && languages.length > 0
+
+    function addLanguage(language) {
+        const name = language.trim();
+        if (name.length === 0)
+            return;
+        if (languages.some(known => known.toLowerCase() === name.toLowerCase()))
+            return;
+        languages = languages.concat([name]);
+        practised.text = "";
+    }
+
+    function finish() {
+        if (practised.language.length > 0)
+            addLanguage(practised.language);
+        if (ready)
+            App.settings.completeOnboarding(name, nativeLanguage, languages, interests);
+    }
+
+    ScrollView {
+        anchors.fill: parent
+        contentWidth: availableWidth
+
+        ColumnLayout {
+            width: Math.min(460, parent.width - 48)
+            x: (parent.width - width) / 2
+            spacing: Theme.spacing
+
+            Item {
+                Layout.preferredHeight: 32
+            }
+            Label {
+                text: "Welcome to " + App.displayName
+                color: Theme.text
+                font.pixelSize: Theme.headlineSize
+                font.weight: Font.DemiBold
+            }
+            Label {
+                Layout.fillWidth: true
+                wrapMode: Text.Wrap
+                text: "Tell us a little about yourself, and you get a contact to text for each language."
+                color: Theme.secondaryText
+                font.pixelSize: Theme.bodySize
+            }
+
+            SectionTitle {
+                text: "Your name"
+            }
+            TextField {
+                objectName: "name"
+                Layout.fillWidth: true
+                text: screen.name
+                placeholderText: "What your contacts call you"
+                selectByMouse: true
+                onTextEdited: screen.name = text
+            }
+
+            SectionTitle {
+                text: "Your own language"
+            }
+            LanguageField {
+                objectName: "nativeLanguage"
+                Layout.fillWidth: true
+                text: screen.nativeLanguage
+                onTextEdited: screen.nativeLanguage = text
+            }
+            Label {
+                Layout.fillWidth: true
+                wrapMode: Text.Wrap
+                text: "Words and selections are translated into it."
+                color: Theme.secondaryText
+                font.pixelSize: Theme.smallSize
+            }
+
+            SectionTitle {
+                text: "Languages to practise"
+            }
+            Flow {
+                Layout.fillWidth: true
+                spacing: 6
+                visible: screen.languages.length > 0
+                Repeater {
+                    model: screen.languages
+                    delegate: Rectangle {
+                        required property string modelData
+                        required property int index
+                        height: 30
+                        width: chosenLabel.implicitWidth + 40
+                        radius: 15
+                        color: Theme.accent
+                        Label {
+                            id: chosenLabel
+                            x: 12
+                            anchors.verticalCenter: parent.verticalCenter
+                            text: parent.modelData
+                            color: Theme.accentText
+                        }
+                        Label {
+                            anchors.right: parent.right
+                            anchors.rightMargin: 10
+                            anchors.verticalCenter: parent.verticalCenter
+                            text: "×"
+                            color: Theme.accentText
+                            MouseArea {
+                                anchors.fill: parent
+                                anchors.margins: -6
+                                cursorShape: Qt.PointingHandCursor
+                                onClicked: {
+                                    const kept = screen.languages.slice();
+                                    kept.splice(index, 1);
+                                    screen.languages = kept;
+                                }
+                            }
+                        }
+                    }
+                }
+            }
+            RowLayout {
+                Layout.fillWidth: true
+                LanguageField {
+                    id: practised
+                    objectName: "practisedLanguage"
+                    Layout.fillWidth: true
+                    placeholderText: "e.g. Japanese"
+                    onChosen: language => screen.addLanguage(language)
+                }
+                Button {
+                    text: "Add"
+                    enabled: practised.language.length > 0
+                    onClicked: screen.addLanguage(practised.language)
+                }
+            }
+
+            SectionTitle {
+                text: "Interests"
+            }
+            TextField {
+                objectName: "interests"
+                Layout.fillWidth: true
+                text: screen.interests
+                placeholderText: "e.g. travel, cooking, films"
+                selectByMouse: true
+                onTextEdited: screen.interests = text
+            }
+            ChipRow {
+                Layout.fillWidth: true
+                list: screen.interests
+                onChanged: list => screen.interests = list
+            }
+
+            Item {
+                Layout.preferredHeight: Theme.spacing
+            }
+            Button {
+                objectName: "startButton"
+                Layout.alignment: Qt.AlignRight
+                text: "Start texting"
+                highlighted: true
+                enabled: screen.ready || (practised.language.length > 0 && screen.name.trim().length > 0)
+                onClicked: screen.finish()
+            }
+            Item {
+                Layout.preferredHeight: 32
+            }
+        }
+    }
+}

@@ -1,2 +1,75 @@
 import QtQuick
-Item {}
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quillo.Components
+
+// What a selected passage means: the passage, its meaning and the other ways to say it, or
+// the line that says why there is none.
+Rectangle {
+    id: panel
+    property var translation
+    signal closed
+
+    visible: translation && translation.shown
+    height: column.implicitHeight + 24
+    z: 11
+    radius: Theme.radius
+    color: Theme.surfaceRaised
+    border.color: Theme.separator
+
+    ColumnLayout {
+        id: column
+        x: 14
+        y: 12
+        width: panel.width - 28
+        spacing: 6
+
+        RowLayout {
+            Layout.fillWidth: true
+            Label {
+                Layout.fillWidth: true
+                text: panel.translation ? panel.translation.text : ""
+                wrapMode: Text.Wrap
+                color: Theme.secondaryText
+                font.pixelSize: Theme.smallSize + 0.5
+            }
+            ToolButton {
+                text: "×"
+                onClicked: panel.closed()
+            }
+        }
+        BusyIndicator {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.preferredHeight: 24
+            visible: panel.translation && panel.translation.busy
+            running: visible
+        }
+        Label {
+            objectName: "selectionMeaning"
+            Layout.fillWidth: true
+            visible: text.length > 0
+            text: panel.translation ? panel.translation.meaning : ""
+            wrapMode: Text.Wrap
+            color: Theme.text
+            font.pixelSize: Theme.bodySize + 2
+        }
+        Label {
+            objectName: "selectionAlternatives"
+            Layout.fillWidth: true
+            visible: panel.translation && panel.translation.alternatives.length > 0
+            text: panel.translation ? "Also: " + panel.translation.alternatives.join(", ") : ""
+            wrapMode: Text.Wrap
+            color: Theme.secondaryText
+            font.pixelSize: Theme.smallSize + 0.5
+        }
+        Label {
+            objectName: "selectionFailure"
+            Layout.fillWidth: true
+            visible: text.length > 0
+            text: panel.translation ? panel.translation.failureLine : ""
+            wrapMode: Text.Wrap
+            color: Theme.danger
+            font.pixelSize: Theme.bodySize
+        }
+    }
+}

@@ -1,11 +1,82 @@
 import QtQuick
 import QtQuick.Controls
 import Quillo.App
+import Quillo.Components
+import Quillo.SignIn
+import Quillo.Onboarding
+import Quillo.Panels
 
+// The one window: signing in, then setting up, then the chats. It stays hidden until the
+// application asks for it, and tells the application whether it is on screen.
 ApplicationWindow {
     id: window
-    width: 960
-    height: 640
-    title: App.displayName
-    Label { text: App.chats.rowCount() + " chats" }
+    objectName: "mainWindow"
+    width: 1040
+    height: 700
+    minimumWidth: 720
+    minimumHeight: 480
+    visible: false
+    title: App.unread > 0 ? App.displayName + " (" + App.unread + ")" : App.displayName
+    color: Theme.window
+
+    font.pixelSize: Theme.bodySize
+    font.capitalization: Font.MixedCase
+
+    palette.window: Theme.window
+    palette.windowText: Theme.text
+    palette.base: Theme.surface
+    palette.alternateBase: Theme.sidebar
+    palette.text: Theme.text
+    palette.button: Theme.dark ? "#2F343A" : "#ECEAE5"
+    palette.buttonText: Theme.text
+    palette.highlight: Theme.accent
+    palette.highlightedText: Theme.accentText
+    palette.placeholderText: Theme.faintText
+    palette.mid: Theme.separator
+    palette.light: Theme.surfaceRaised
+    palette.dark: Theme.secondaryText
+    palette.toolTipBase: Theme.tooltip
+    palette.toolTipText: Theme.tooltipText
+
+    readonly property string screen: !App.account.signedIn ? "signIn" : !App.settings.setupCompleted ? "onboarding" : "chats"
+
+    Connections {
+        target: App
+        function onShowWindowRequested() {
+            window.show();
+            window.raise();
+            window.requestActivate();
+        }
+    }
+    function tellShown() {
+        App.setWindowShown(window.visible && window.visibility !== Window.Minimized);
+    }
+    onVisibleChanged: tellShown()
+    onVisibilityChanged: tellShown()
+
+    Loader {
+        id: content
+        objectName: "screenLoader"
+        anchors.fill: parent
+        sourceComponent: window.screen === "signIn" ? signIn : window.screen === "onboarding" ? onboarding : chats
+    }
+    Component {
+        id: signIn
+        SignInScreen {
+        }
+    }
+    Component {
+        id: onboarding
+        OnboardingScreen {
+        }
+    }
+    Component {
+        id: chats
+        MainView {
+        }
+    }
+
+    NotificationPanel {
+        objectName: "notificationPanel"
+    }
 }

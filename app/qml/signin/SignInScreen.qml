@@ -1,2 +1,108 @@
 import QtQuick
-Item {}
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quillo.App
+import Quillo.Components
+
+// The first screen without an account: Google, or an access code from whoever runs the
+// service; a person whose session ended is greeted by their e-mail.
+Rectangle {
+    id: screen
+    color: Theme.window
+
+    readonly property var account: App.account
+
+    ColumnLayout {
+        anchors.centerIn: parent
+        width: Math.min(380, parent.width - 48)
+        spacing: Theme.spacing * 1.5
+
+        Avatar {
+            Layout.alignment: Qt.AlignHCenter
+            size: 64
+            initials: "Q"
+            accent: Theme.accent
+        }
+        Label {
+            Layout.alignment: Qt.AlignHCenter
+            text: App.displayName
+            color: Theme.text
+            font.pixelSize: Theme.headlineSize
+            font.weight: Font.DemiBold
+        }
+        Label {
+            Layout.fillWidth: true
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            text: "Practise a language by texting friends who write back."
+            color: Theme.secondaryText
+            font.pixelSize: Theme.bodySize
+        }
+        Label {
+            objectName: "returningOwner"
+            Layout.fillWidth: true
+            visible: screen.account.returningEmail.length > 0
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            text: "Your session ended. Sign in as " + screen.account.returningEmail + " to pick up where you left off."
+            color: Theme.text
+            font.pixelSize: Theme.bodySize
+        }
+
+        Item {
+            Layout.preferredHeight: Theme.spacing
+        }
+
+        Button {
+            objectName: "googleButton"
+            Layout.fillWidth: true
+            visible: screen.account.googleAvailable
+            enabled: !screen.account.busy
+            text: "Continue with Google"
+        }
+
+        Label {
+            Layout.fillWidth: true
+            text: "Access code from the store console"
+            color: Theme.text
+            font.pixelSize: Theme.bodySize
+        }
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: Theme.spacing
+            TextField {
+                id: code
+                objectName: "accessCode"
+                Layout.fillWidth: true
+                enabled: !screen.account.busy
+                selectByMouse: true
+                echoMode: TextInput.Password
+                passwordCharacter: "•"
+                onAccepted: signIn.clicked()
+            }
+            Button {
+                id: signIn
+                objectName: "signInButton"
+                text: "Sign in"
+                highlighted: true
+                enabled: !screen.account.busy && code.text.trim().length > 0
+                onClicked: screen.account.signInWithCode(code.text)
+            }
+        }
+        BusyIndicator {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.preferredHeight: 28
+            running: screen.account.busy
+            visible: running
+        }
+        Label {
+            objectName: "failureLine"
+            Layout.fillWidth: true
+            visible: text.length > 0
+            text: screen.account.failureLine
+            wrapMode: Text.Wrap
+            color: Theme.danger
+            font.pixelSize: Theme.bodySize
+        }
+    }
+}

@@ -1,0 +1,334 @@
+#include "ScreensFixture.h"
+
+#include <QTest>
+
+using namespace quillo;
+using namespace quillo::screentest;
+using ModelFixture = quillo::server::ModelFixture;
+
+namespace {
+
+QString textOf(QQuickItem* item) {
+    return item ? item->property("text").toString() : QString();
+}
+
+// The on-screen centre of an item, in its window's coordinates.
+QPoint centreOf(QQuickItem* item) {
+    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+}
+
+// Types plain ASCII text into the focused item, key by key.
+void typeInto(QWindow* window, const QString& text) {
+    for (const QChar c : text)
+        QTest::keyClick(window, c.toLatin1());
+}
+
+} // namespace
+
+class ScreensRenderTest : public ScreensTest {
+protected:
+    QQuickItem* wordItem(const QString& text) const {
+        for (QQuickItem* word : items(QStringLiteral("word"))) {
+            if (word->property("piece").toMap().value(QStringLiteral("text")).toString() == text)
+                return word;
+        }
+        return nullptr;
+    }
+    int bubbles() const { return int(items(QStringLiteral("bubble")).size()); }
+};
+
+TEST_F(ScreensRenderTest, EveryScreenOfASetUpUserRendersWithoutWarnings) {
+    seed(seededDocument());
+    ASSERT_NO_FATAL_FAILURE(launch());
+
+    // The newest unread conversation opens first.
+    EXPECT_EQ(controller->model().selectedBotId(), japaneseId);
+    EXPECT_EQ(textOf(item(QStringLiteral("conversationName"))), QStringLiteral("Yui Tanaka"));
+    ASSERT_TRUE(spinUntil([this] { return wordItem(QStringLiteral("ありがとう")) != nullptr; }));
+    // Japanese shows its reading line over the kana words.
+    QStringList readings;
+    for (QQuickItem* reading : items(QStringLiteral("reading")))
+        readings.append(textOf(reading));
+    EXPECT_TRUE(readings.contains(QStringLiteral("arigatou"))) << readings.join(u' ').toStdString();
+    grab(QStringLiteral("chats-japanese"));
+
+    controller->model().select(russianId);
+    ASSERT_TRUE(spinUntil([this] { return wordItem(QStringLiteral("неделя")) != nullptr; }));
+    grab(QStringLiteral("chats-russian"));
+    controller->model().select(spanishId);
+    ASSERT_TRUE(spinUntil([this] { return wordItem(QStringLiteral("música")) != nullptr; }));
+    grab(QStringLiteral("chats-spanish"));
+
+    // The service has a newer release than this build.
+    ASSERT_TRUE(spinUntil([this] { return !context->updateVersion().isEmpty(); }));
+    EXPECT_EQ(textOf(item(QStringLiteral("updateVersion"))), QStringLiteral("Quillo 9.1"));
+    grab(QStringLiteral("update-banner"));
+    context->dismissUpdate();
+
+    context->openSettings();
+    ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("settingsSheet")) != nullptr; }));
+    grab(QStringLiteral("settings"));
+    QQuickItem* scroll = item(QStringLiteral("settingsScroll"));
+    ASSERT_NE(scroll, nullptr);
+    if (auto* flickable = scroll->property("contentItem").value<QQuickItem*>()) {
+        flickable->setProperty("contentY",
+                               flickable->property("contentHeight").toReal() - flickable->height());
+        grab(QStringLiteral("settings-account"));
+    }
+    controller->model().closeSheet();
+
+    context->draftFor(QString())->deleteLater();
+    controller->model().showSheet(AppModel::Sheet::NewContact);
+    ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("contactEditor")) != nullptr; }));
+    grab(QStringLiteral("contact-new"));
+    controller->model().closeSheet();
+    ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("contactEditor")) == nullptr; }));
+
+    controller->model().select(japaneseId);
+    QMetaObject::invokeMethod(item(QStringLiteral("conversationView")), "editContact");
+    ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("contactEditor")) != nullptr; }));
+    EXPECT_EQ(textOf(item(QStringLiteral("noMemories"))).isEmpty(), false);
+    EXPECT_FALSE(item(QStringLiteral("noMemories"))->isVisible()) << "Yui remembers something";
+    grab(QStringLiteral("contact-edit"));
+    controller->model().closeSheet();
+
+    controller->repository().setTheme(ThemeChoice::Dark);
+    ASSERT_TRUE(spinUntil([this] { return context->appearance()->dark(); }));
+    grab(QStringLiteral("chats-dark"));
+
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, SigningInWithAnAccessCodeLeadsThroughOnboardingToTheChats) {
+    seed(StoredState(), false);
+    ASSERT_NO_FATAL_FAILURE(launch());
+    ASSERT_NE(item(QStringLiteral("accessCode")), nullptr);
+    grab(QStringLiteral("sign-in"));
+
+    // A code the service does not know.
+    item(QStringLiteral("accessCode"))->setProperty("text", QStringLiteral("NOPE-NOPE"));
+    QMetaObject::invokeMethod(item(QStringLiteral("signInButton")), "clicked");
+    ASSERT_TRUE(
+        spinUntil([this] { return !textOf(item(QStringLiteral("failureLine"))).isEmpty(); }));
+    EXPECT_EQ(textOf(item(QStringLiteral("failureLine"))),
+              QStringLiteral("Quillo couldn't sign you in. Try again."));
+
+    item(QStringLiteral("accessCode"))
+        ->setProperty("text", invite(QStringLiteral("ana@example.com")));
+    QMetaObject::invokeMethod(item(QStringLiteral("signInButton")), "clicked");
+    ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("startButton")) != nullptr; }));
+    grab(QStringLiteral("onboarding"));
+
+    QQuickItem* onboarding = item(QStringLiteral("startButton"))->parentItem();
+    while (onboarding && !onboarding->property("languages").isValid())
+        onboarding = onboarding->parentItem();
+    ASSERT_NE(onboarding, nullptr);
+    onboarding->setProperty("name", QStringLiteral("Ana"));
+    onboarding->setProperty("languages",
+                            QStringList{QStringLiteral("Japanese"), QStringLiteral("Spanish")});
+    onboarding->setProperty("interests", QStringLiteral("music, travel"));
+    grab(QStringLiteral("onboarding-filled"));
+    QMetaObject::invokeMethod(item(QStringLiteral("startButton")), "clicked");
+
+    ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("chatList")) != nullptr; }));
+    EXPECT_EQ(context->chats()->rowCount(), 2);
+    EXPECT_TRUE(controller->repository().state().profile.setupCompleted);
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, ASessionThatEndedGreetsItsOwnerByEmail) {
+    seed(seededDocument());
+    SessionStore(support.filePath(QStringLiteral("session.json"))).expire();
+    ASSERT_NO_FATAL_FAILURE(launch());
+    const QString greeting = textOf(item(QStringLiteral("returningOwner")));
+    EXPECT_EQ(greeting, QStringLiteral("Your session ended. Sign in as ana@example.com to pick "
+                                       "up where you left off."));
+    grab(QStringLiteral("sign-in-returning"));
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, TypingInTheComposerEndsWithTheContactsReplyOnScreen) {
+    model.setDefault(ModelFixture::reply(
+        QStringLiteral(R"({"message":"¡Qué bien! ¿Y qué tal el fin de semana?","remember":""})")));
+    seed(seededDocument());
+    ASSERT_NO_FATAL_FAILURE(launch());
+    controller->model().select(spanishId);
+    QQuickItem* input = nullptr;
+    ASSERT_TRUE(spinUntil([&] { return (input = item(QStringLiteral("composerInput"))); }));
+    input->forceActiveFocus();
+
+    // Shift+Enter breaks the line; Enter sends.
+    typeInto(window(), QStringLiteral("Hola"));
+    QTest::keyClick(window(), Qt::Key_Return, Qt::ShiftModifier);
+    typeInto(window(), QStringLiteral("estoy bien"));
+    EXPECT_EQ(textOf(input), QStringLiteral("Hola\nestoy bien"));
+    QTest::keyClick(window(), Qt::Key_Return);
+    EXPECT_EQ(textOf(input), QString());
+
+    MessageListModel& shown = *context->conversation()->messages();
+    ASSERT_TRUE(spinUntil([&] { return shown.rowCount() == 3; }, 2000, 100));
+    // Newest first, as the view shows them from its bottom edge up.
+    EXPECT_EQ(shown.data(shown.index(1), MessageListModel::TextRole).toString(),
+              QStringLiteral("Hola\nestoy bien"));
+    EXPECT_EQ(shown.data(shown.index(0), MessageListModel::TextRole).toString(),
+              QStringLiteral("¡Qué bien! ¿Y qué tal el fin de semana?"));
+    // The reply is drawn word by word in its bubble.
+    ASSERT_TRUE(spinUntil([this] { return wordItem(QStringLiteral("semana")) != nullptr; }));
+    EXPECT_TRUE(wordItem(QStringLiteral("semana"))->isVisible());
+    grab(QStringLiteral("conversation-reply"));
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, RestingThePointerOnAJapaneseWordShowsItsGlossAndReading) {
+    translate.setLookupAnswer(translatetest::TranslateFixture::lookup(QStringLiteral("thank you")));
+    seed(seededDocument());
+    ASSERT_NO_FATAL_FAILURE(launch());
+    item(QStringLiteral("conversationView"))->setProperty("hoverDelay", 0);
+    QQuickItem* word = nullptr;
+    ASSERT_TRUE(spinUntil([&] { return (word = wordItem(QStringLiteral("ありがとう"))); }));
+
+    QTest::mouseMove(window(), centreOf(word));
+    QQuickItem* tooltip = item(QStringLiteral("wordTooltip"));
+    ASSERT_TRUE(spinUntil([&] {
+        return textOf(item(QStringLiteral("tooltipGloss"))) == QStringLiteral("thank you");
+    }));
+    EXPECT_TRUE(tooltip->isVisible());
+    EXPECT_EQ(textOf(item(QStringLiteral("tooltipWord"))), QStringLiteral("ありがとう"));
+    EXPECT_EQ(textOf(item(QStringLiteral("tooltipReading"))), QStringLiteral("arigatou"));
+    grab(QStringLiteral("hover-gloss"));
+
+    // The pointer leaves the words: the tooltip goes.
+    QTest::mouseMove(window(), QPoint(window()->width() / 2, window()->height() - 20));
+    ASSERT_TRUE(spinUntil([&] { return !tooltip->isVisible(); }));
+
+    // A lookup that fails says so in the tooltip.
+    translate.setLookupAnswer(translatetest::TranslateFixture::status(500));
+    QTest::mouseMove(window(), centreOf(wordItem(QStringLiteral("いつ"))));
+    ASSERT_TRUE(spinUntil([&] {
+        return textOf(item(QStringLiteral("tooltipGloss"))) ==
+               QStringLiteral("No translation right now.");
+    }));
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, SelectingSeveralWordsOffersTheirTranslationInAPanel) {
+    translate.setLookupAnswer(translatetest::TranslateFixture::lookup(
+        QStringLiteral("Amazing! Thank you"),
+        {QStringLiteral("wonderful"), QStringLiteral("great")}));
+    seed(seededDocument());
+    ASSERT_NO_FATAL_FAILURE(launch());
+    QQuickItem* first = nullptr;
+    ASSERT_TRUE(spinUntil([&] { return (first = wordItem(QStringLiteral("すごい"))); }));
+    QQuickItem* last = wordItem(QStringLiteral("ありがとう"));
+    ASSERT_NE(last, nullptr);
+
+    QTest::mousePress(window(), Qt::LeftButton, {}, centreOf(first));
+    QTest::mouseMove(window(), centreOf(last));
+    QTest::mouseRelease(window(), Qt::LeftButton, {}, centreOf(last));
+    QQuickItem* button = item(QStringLiteral("translateButton"));
+    ASSERT_TRUE(spinUntil([&] { return button->isVisible(); }));
+    grab(QStringLiteral("selection-button"));
+
+    QMetaObject::invokeMethod(button, "clicked");
+    ASSERT_TRUE(spinUntil([this] {
+        return textOf(item(QStringLiteral("selectionMeaning"))) ==
+               QStringLiteral("Amazing! Thank you");
+    }));
+    EXPECT_EQ(textOf(item(QStringLiteral("selectionAlternatives"))),
+              QStringLiteral("Also: wonderful, great"));
+    const auto asked = translate.requests();
+    ASSERT_FALSE(asked.isEmpty());
+    EXPECT_EQ(asked.last().queryValue(QStringLiteral("q")), QStringLiteral("すごい！ありがとう"));
+    grab(QStringLiteral("selection-panel"));
+
+    // A failed lookup gives the panel's own line.
+    translate.setLookupAnswer(translatetest::TranslateFixture::status(500));
+    context->selectionTranslation()->translate(QStringLiteral("Japanese"), QStringLiteral("いつ"));
+    ASSERT_TRUE(spinUntil([this] {
+        return textOf(item(QStringLiteral("selectionFailure"))) ==
+               QStringLiteral("No translation right now. Try again in a moment.");
+    }));
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, AReplyForAChatNotOnScreenRaisesANotificationAndTheUnreadCount) {
+    model.setDefault(ModelFixture::reply(
+        QStringLiteral(R"({"message":"Отлично! А что ты делала в выходные?","remember":""})")));
+    model.hold();
+    seed(seededDocument());
+    ASSERT_NO_FATAL_FAILURE(launch());
+    controller->model().select(russianId);
+    ASSERT_TRUE(context->conversation()->send(QStringLiteral("Всё хорошо")));
+    // The user moves on to another chat while the reply is written.
+    controller->model().select(spanishId);
+    ASSERT_TRUE(spinUntil([this] { return context->conversation()->botId() == spanishId; }));
+    const int unreadBefore = context->unread();
+    ASSERT_TRUE(spinUntil([this] { return model.waitForHeld(1); }, 2000, 100));
+    model.release();
+
+    ASSERT_TRUE(spinUntil([this] { return context->notifications()->rowCount() == 1; }, 2000, 100));
+    const NotificationPayload card = context->notifications()->cards().first();
+    EXPECT_EQ(card.botId, russianId);
+    EXPECT_EQ(card.title, QStringLiteral("Sasha Volkov"));
+    EXPECT_EQ(card.initials, QStringLiteral("SV"));
+    EXPECT_EQ(card.subtitle, QStringLiteral("Russian · A2"));
+    EXPECT_EQ(card.body, QStringLiteral("Отлично! А что ты делала в выходные?"));
+    EXPECT_EQ(context->unread(), unreadBefore + 1);
+    const int row = context->chats()->rowOf(russianId);
+    EXPECT_EQ(context->chats()->data(context->chats()->index(row), ChatListModel::UnreadRole), 1);
+
+    auto* panel = window()->findChild<QQuickWindow*>(QStringLiteral("notificationPanel"));
+    ASSERT_NE(panel, nullptr);
+    ASSERT_TRUE(spinUntil([panel] { return panel->isVisible(); }));
+    grab(QStringLiteral("notification-panel"), panel);
+    grab(QStringLiteral("chats-unread"));
+
+    // Activating the card opens that conversation, which reads it.
+    context->notifications()->activate(0);
+    EXPECT_EQ(controller->model().selectedBotId(), russianId);
+    EXPECT_EQ(context->unread(), unreadBefore);
+    EXPECT_EQ(context->notifications()->rowCount(), 0);
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, ScrollingALongConversationLaysOutOnlyTheMessagesOnScreen) {
+    StoredState state = seededDocument();
+    for (int i = 0; i < 2000; ++i)
+        state.messages.append(
+            {QStringLiteral("long%1").arg(i),
+             spanishId,
+             i % 2 ? MessageRole::User : MessageRole::Assistant,
+             QStringLiteral("Mensaje número %1: ¿qué tal va todo por allí?").arg(i),
+             {},
+             1'700'000'000'000 + i,
+             MessageSource::Provider,
+             {}});
+    seed(state);
+    ASSERT_NO_FATAL_FAILURE(launch());
+    const MessageListModel& shown = *context->conversation()->messages();
+    const int builtBefore = shown.layoutsBuilt();
+    controller->model().select(spanishId);
+    ASSERT_TRUE(spinUntil([&] { return bubbles() > 0; }));
+    QQuickItem* list = item(QStringLiteral("messageList"));
+    ASSERT_NE(list, nullptr);
+
+    int built = shown.layoutsBuilt() - builtBefore;
+    EXPECT_LE(built, bubbles()) << "opening lays out only the bubbles it makes";
+    built = shown.layoutsBuilt();
+    EXPECT_LT(bubbles(), 40);
+    // Page up through part of the chat: each page lays out what comes into view, no more.
+    for (int page = 0; page < 20; ++page) {
+        // The list grows upwards: older messages lie at smaller y.
+        const qreal y = list->property("contentY").toReal();
+        list->setProperty("contentY", y - list->height());
+        QCoreApplication::processEvents();
+        const int now = shown.layoutsBuilt();
+        EXPECT_LE(now - built, bubbles()) << "page " << page;
+        built = now;
+    }
+    QMetaObject::invokeMethod(list, "positionViewAtEnd");
+    QCoreApplication::processEvents();
+    EXPECT_LE(shown.layoutsBuilt() - built, bubbles());
+    EXPECT_LT(shown.layoutsBuilt(), 600) << "of 2,001 messages";
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
