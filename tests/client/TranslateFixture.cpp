@@ -148,6 +148,9 @@ TranslateFixture::TranslateFixture()
                        });
     // One request per connection: an idle keep-alive connection would hold up stop().
     state->server.set_keep_alive_max_count(1);
+    // Nor may a connection whose client went away without closing it (a request still in
+    // flight when a test ends): the server waits this long for a request on a connection.
+    state->server.set_keep_alive_timeout(1);
     state->port = state->server.bind_to_any_port("127.0.0.1");
     state->thread = std::thread([state] { state->server.listen_after_bind(); });
 }

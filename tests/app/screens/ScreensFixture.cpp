@@ -62,6 +62,9 @@ void ScreensTest::TearDown() {
     screens.reset();
     context.reset();
     controller.reset();
+    // Network managers go with deleteLater; their kept-alive connections would hold the
+    // service's shutdown until they time out.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     qInstallMessageHandler(previousHandler);
     captured = nullptr;
     qunsetenv("QUILLO_SUPPORT_DIR");
