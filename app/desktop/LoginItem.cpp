@@ -69,6 +69,11 @@ std::optional<QString> LoginItem::set(bool on) const {
     return std::nullopt;
 }
 
+bool LoginItem::isLoginLaunch(const QStringList& arguments, const QString& serviceName) {
+    return arguments.contains(QStringLiteral("--launched-at-login")) ||
+           serviceName == AppIdentity::launchAgentLabel();
+}
+
 bool LoginItem::managedByInstaller() const {
     return QFile::exists(m_unitDir + u'/' + AppIdentity::launchAgentLabel() +
                          QStringLiteral(".service"));

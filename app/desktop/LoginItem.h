@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -20,6 +21,10 @@ public:
     bool managedByInstaller() const;
 
     QString entryPath() const;
+
+    // Whether this start is the session's login start: --launched-at-login on the command line,
+    // or the login agent's label as the service name in the environment.
+    static bool isLoginLaunch(const QStringList& arguments, const QString& serviceName);
 
 private:
     QString m_autostartDir;

@@ -1,5 +1,6 @@
 #include "DesktopApp.h"
 
+#include "desktop/LoginItem.h"
 #include "store/AppIdentity.h"
 
 #include <QGuiApplication>
@@ -20,11 +21,6 @@ DesktopApp::~DesktopApp() {
     m_controller.stop();
 }
 
-bool DesktopApp::launchedAtLogin(const QStringList& arguments) {
-    return arguments.contains(QStringLiteral("--launched-at-login")) ||
-           qEnvironmentVariable("XPC_SERVICE_NAME") == AppIdentity::launchAgentLabel();
-}
-
 bool DesktopApp::start() {
     if (!m_screens.loadMainWindow())
         return false;
@@ -34,7 +30,8 @@ bool DesktopApp::start() {
                          if (state == Qt::ApplicationActive)
                              m_controller.didBecomeActive();
                      });
-    m_controller.start(m_context, launchedAtLogin(m_arguments));
+    m_controller.start(
+        m_context, LoginItem::isLoginLaunch(m_arguments, qEnvironmentVariable("XPC_SERVICE_NAME")));
     return true;
 }
 

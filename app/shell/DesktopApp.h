@@ -23,9 +23,6 @@ public:
     AppContext& context() { return m_context; }
     ScreenEngine& screens() { return m_screens; }
 
-    // Started by the session at login: --launched-at-login, or the login agent's service name.
-    static bool launchedAtLogin(const QStringList& arguments);
-
 private:
     SystemClock m_clock;
     QStringList m_arguments;

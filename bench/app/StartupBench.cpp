@@ -137,9 +137,8 @@ int main(int argc, char** argv) {
     parser.addHelpOption();
     parser.addOption({QStringLiteral("runs"), QStringLiteral("Starts per document."),
                       QStringLiteral("N"), QStringLiteral("5")});
-    parser.addOption({QStringLiteral("messages"),
-                      QStringLiteral("Messages in the large document."), QStringLiteral("M"),
-                      QStringLiteral("10000")});
+    parser.addOption({QStringLiteral("messages"), QStringLiteral("Messages in the large document."),
+                      QStringLiteral("M"), QStringLiteral("10000")});
     parser.process(application);
     const int runs = std::max(1, parser.value(QStringLiteral("runs")).toInt());
     const int messages = std::max(1, parser.value(QStringLiteral("messages")).toInt());

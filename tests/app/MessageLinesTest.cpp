@@ -1,0 +1,81 @@
+#include "models/MessageLines.h"
+
+#include <gtest/gtest.h>
+
+using namespace quillo;
+
+namespace {
+
+MessageLayout laidOut(const QString& text, const QString& language, bool readings,
+                      QList<WordGloss> glosses = {}) {
+    return layOutMessage({text, std::move(glosses), language, readings});
+}
+
+// The text the pieces stand for, lines joined again.
+QString joined(const QList<QList<MessagePiece>>& lines) {
+    QStringList texts;
+    for (const auto& line : lines) {
+        QString text;
+        for (const MessagePiece& piece : line)
+            text += piece.text;
+        texts.append(text);
+    }
+    return texts.join(u'\n');
+}
+
+QStringList words(const QList<QList<MessagePiece>>& lines) {
+    QStringList found;
+    for (const auto& line : lines) {
+        for (const MessagePiece& piece : line) {
+            if (piece.word)
+                found.append(piece.text);
+        }
+    }
+    return found;
+}
+
+} // namespace
+
+TEST(MessageLines, PiecesStandForTheWholeTextWithPunctuationAndLineBreaks) {
+    const QString japanese = QStringLiteral("すごい！ありがとう、たのしみ。\n\nいつ行きますか？");
+    const auto lines = messageLines(japanese, laidOut(japanese, QStringLiteral("Japanese"), true));
+    ASSERT_EQ(lines.size(), 3);
+    EXPECT_TRUE(lines[1].isEmpty()) << "a blank line stays a line";
+    EXPECT_EQ(joined(lines), japanese);
+    EXPECT_TRUE(words(lines).contains(QStringLiteral("ありがとう")));
+    EXPECT_FALSE(words(lines).contains(QStringLiteral("！")));
+
+    const QString spanish = QStringLiteral("  ¡Hola, Ana!  ¿Qué tal?  ");
+    const auto spanishLines =
+        messageLines(spanish, laidOut(spanish, QStringLiteral("Spanish"), false));
+    EXPECT_EQ(joined(spanishLines), spanish);
+    EXPECT_EQ(words(spanishLines), (QStringList{QStringLiteral("Hola"), QStringLiteral("Ana"),
+                                                QStringLiteral("Qué"), QStringLiteral("tal")}));
+    // Offsets point back into the text, in UTF-16 units, emoji included.
+    const QString emoji = QStringLiteral("😀 casa");
+    for (const auto& line : messageLines(emoji, laidOut(emoji, QStringLiteral("Spanish"), false))) {
+        for (const MessagePiece& piece : line)
+            EXPECT_EQ(emoji.mid(piece.start, piece.text.size()), piece.text);
+    }
+}
+
+TEST(MessageLines, WordsCarryTheirGlossAndReading) {
+    const QString text = QStringLiteral("Привет, друг!");
+    const auto lines =
+        messageLines(text, laidOut(text, QStringLiteral("Russian"), true,
+                                   {{QStringLiteral("друг"), QStringLiteral("friend")}}));
+    ASSERT_EQ(lines.size(), 1);
+    QHash<QString, MessagePiece> byText;
+    for (const MessagePiece& piece : lines[0])
+        byText.insert(piece.text, piece);
+    EXPECT_EQ(byText.value(QStringLiteral("друг")).gloss, u"friend");
+    EXPECT_EQ(byText.value(QStringLiteral("друг")).reading, u"drug");
+    EXPECT_EQ(byText.value(QStringLiteral("Привет")).reading, u"Privet");
+    EXPECT_TRUE(byText.value(QStringLiteral("Привет")).gloss.isEmpty());
+    EXPECT_TRUE(byText.value(QStringLiteral(", ")).reading.isEmpty());
+
+    // Without the reading line no piece has a reading.
+    for (const MessagePiece& piece :
+         messageLines(text, laidOut(text, QStringLiteral("Russian"), false)).first())
+        EXPECT_TRUE(piece.reading.isEmpty()) << piece.text.toStdString();
+}
