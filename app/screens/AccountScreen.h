@@ -25,6 +25,8 @@ class AccountScreen : public QObject {
     Q_PROPERTY(QString deleteFailureLine READ deleteFailureLine NOTIFY deleteFailureLineChanged)
     // Whether this build can sign in with Google from the desktop.
     Q_PROPERTY(bool googleAvailable READ googleAvailable CONSTANT)
+    // A Google sign-in waits for the browser.
+    Q_PROPERTY(bool waitingForBrowser READ waitingForBrowser NOTIFY busyChanged)
 
 public:
     explicit AccountScreen(ChatRepository& repository, QObject* parent = nullptr);
@@ -37,6 +39,7 @@ public:
     const QString& failureLine() const { return m_failureLine; }
     const QString& deleteFailureLine() const { return m_deleteFailureLine; }
     bool googleAvailable() const { return false; }
+    bool waitingForBrowser() const { return false; }
 
     Q_INVOKABLE void signInWithCode(const QString& code);
     Q_INVOKABLE void signOut();

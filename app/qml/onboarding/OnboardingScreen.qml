@@ -30,8 +30,11 @@ Rectangle {
     function finish() {
         if (practised.language.length > 0)
             addLanguage(practised.language);
-        if (ready)
-            App.settings.completeOnboarding(name, nativeLanguage, languages, interests);
+        if (!ready)
+            return;
+        App.settings.completeOnboarding(name, nativeLanguage, languages, interests);
+        // The first contact's chat opens, rather than an empty window.
+        App.focusMostRelevantChat();
     }
 
     ScrollView {
@@ -80,6 +83,7 @@ Rectangle {
                 Layout.fillWidth: true
                 text: screen.nativeLanguage
                 onTextEdited: screen.nativeLanguage = text
+                onChosen: language => screen.nativeLanguage = language
             }
             Label {
                 Layout.fillWidth: true

@@ -62,6 +62,16 @@ Rectangle {
         }
 
         Label {
+            objectName: "waitingForBrowser"
+            Layout.fillWidth: true
+            visible: screen.account.waitingForBrowser
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            text: "Finish signing in with Google in your browser."
+            color: Theme.secondaryText
+        }
+
+        Label {
             Layout.fillWidth: true
             text: "Access code from the store console"
             color: Theme.text

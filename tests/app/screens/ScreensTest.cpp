@@ -133,6 +133,7 @@ TEST_F(ScreensRenderTest, SigningInWithAnAccessCodeLeadsThroughOnboardingToTheCh
     ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("chatList")) != nullptr; }));
     EXPECT_EQ(context->chats()->rowCount(), 2);
     EXPECT_TRUE(controller->repository().state().profile.setupCompleted);
+    EXPECT_FALSE(controller->model().selectedBotId().isEmpty()) << "a chat is open to start with";
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
 
@@ -331,5 +332,25 @@ TEST_F(ScreensRenderTest, ScrollingALongConversationLaysOutOnlyTheMessagesOnScre
     QCoreApplication::processEvents();
     EXPECT_LE(shown.layoutsBuilt() - built, bubbles());
     EXPECT_LT(shown.layoutsBuilt(), 600) << "of 2,001 messages";
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, AFailedReplyIsSaidOnceUnderTheMessagesAndGoesWithTheNextMessage) {
+    model.setDefault(ModelFixture::status(500));
+    seed(seededDocument());
+    ASSERT_NO_FATAL_FAILURE(launch());
+    controller->model().select(spanishId);
+    ASSERT_TRUE(context->conversation()->send(QStringLiteral("¿Estás?")));
+    QQuickItem* line = item(QStringLiteral("errorLine"));
+    ASSERT_NE(line, nullptr);
+    ASSERT_TRUE(spinUntil([&] { return line->isVisible(); }, 4000, 1000));
+    EXPECT_EQ(textOf(line),
+              QStringLiteral("Quillo didn't answer this time. No fake reply was added."));
+    EXPECT_EQ(context->conversation()->messages()->rowCount(), 2) << "no made-up reply";
+    grab(QStringLiteral("conversation-error"));
+
+    model.setDefault(ModelFixture::reply(QStringLiteral(R"({"message":"¡Sí!","remember":""})")));
+    ASSERT_TRUE(context->conversation()->send(QStringLiteral("¿Hola?")));
+    EXPECT_FALSE(line->isVisible());
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
