@@ -112,9 +112,7 @@ double ProfileSettings::textSize() const {
 }
 
 void ProfileSettings::setTextSize(double size) {
-    TextSettings settings = m_repository.state().textSettings;
-    settings.textSize = size;
-    m_repository.setTextSettings(settings);
+    setTextSetting(&TextSettings::textSize, size);
 }
 
 double ProfileSettings::lineSpacing() const {
@@ -122,9 +120,7 @@ double ProfileSettings::lineSpacing() const {
 }
 
 void ProfileSettings::setLineSpacing(double spacing) {
-    TextSettings settings = m_repository.state().textSettings;
-    settings.lineSpacing = spacing;
-    m_repository.setTextSettings(settings);
+    setTextSetting(&TextSettings::lineSpacing, spacing);
 }
 
 double ProfileSettings::readingSize() const {
@@ -132,9 +128,7 @@ double ProfileSettings::readingSize() const {
 }
 
 void ProfileSettings::setReadingSize(double size) {
-    TextSettings settings = m_repository.state().textSettings;
-    settings.readingSize = size;
-    m_repository.setTextSettings(settings);
+    setTextSetting(&TextSettings::readingSize, size);
 }
 
 double ProfileSettings::readingGap() const {
@@ -142,9 +136,20 @@ double ProfileSettings::readingGap() const {
 }
 
 void ProfileSettings::setReadingGap(double gap) {
+    setTextSetting(&TextSettings::readingGap, gap);
+}
+
+void ProfileSettings::setTextSetting(double TextSettings::*field, double value) {
     TextSettings settings = m_repository.state().textSettings;
-    settings.readingGap = gap;
+    settings.*field = value;
     m_repository.setTextSettings(settings);
+}
+
+void ProfileSettings::editLanguage(const QString& language,
+                                   const std::function<void(LanguageSettings&)>& edit) {
+    LanguageSettings settings = m_repository.state().profile.settings(language);
+    edit(settings);
+    m_repository.saveLanguage(settings);
 }
 
 void ProfileSettings::resetTextSettings() {
@@ -183,21 +188,19 @@ void ProfileSettings::completeOnboarding(const QString& name, const QString& nat
 }
 
 void ProfileSettings::setLevel(const QString& language, int level) {
-    LanguageSettings settings = m_repository.state().profile.settings(language);
-    settings.level = caseAt(level, settings.level);
-    m_repository.saveLanguage(settings);
+    editLanguage(language, [level](LanguageSettings& settings) {
+        settings.level = caseAt(level, settings.level);
+    });
 }
 
 void ProfileSettings::setReplyLength(const QString& language, int length) {
-    LanguageSettings settings = m_repository.state().profile.settings(language);
-    settings.replyLength = caseAt(length, settings.replyLength);
-    m_repository.saveLanguage(settings);
+    editLanguage(language, [length](LanguageSettings& settings) {
+        settings.replyLength = caseAt(length, settings.replyLength);
+    });
 }
 
 void ProfileSettings::setPronunciation(const QString& language, bool on) {
-    LanguageSettings settings = m_repository.state().profile.settings(language);
-    settings.showsRomanization = on;
-    m_repository.saveLanguage(settings);
+    editLanguage(language, [on](LanguageSettings& settings) { settings.showsRomanization = on; });
 }
 
 void ProfileSettings::addLanguage(const QString& name) {

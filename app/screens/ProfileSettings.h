@@ -1,8 +1,13 @@
 #pragma once
 
+#include "model/LanguageSettings.h"
+#include "model/TextSettings.h"
+
 #include <QObject>
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
+
+#include <functional>
 
 namespace quillo {
 
@@ -104,6 +109,9 @@ Q_SIGNALS:
     void problem(const QString& line);
 
 private:
+    void setTextSetting(double TextSettings::*field, double value);
+    void editLanguage(const QString& language, const std::function<void(LanguageSettings&)>& edit);
+
     ChatRepository& m_repository;
     LoginItem& m_loginItem;
 };
