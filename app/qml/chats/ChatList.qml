@@ -16,6 +16,18 @@ Rectangle {
         sequences: ["Ctrl+R"]
         onActivated: App.refresh()
     }
+    Shortcut {
+        sequences: ["Ctrl+N"]
+        onActivated: sidebar.newContact()
+    }
+    Shortcut {
+        sequences: ["Ctrl+,"]
+        onActivated: App.openSettings()
+    }
+    Shortcut {
+        sequences: ["Ctrl+Q"]
+        onActivated: Qt.quit()
+    }
 
     ColumnLayout {
         anchors.fill: parent

@@ -120,8 +120,8 @@ Rectangle {
                             editText = editor.draft.targetLanguage;
                     }
                     onActivated: editor.draft.targetLanguage = currentText
-                    onEditTextChanged: if (activeFocus)
-                        editor.draft.targetLanguage = editText
+                    // Typed in the field (the field, not the box, has the focus then).
+                    onEditTextChanged: editor.draft.targetLanguage = editText
                 }
                 SwitchRow {
                     visible: editor.draft.readingAvailable

@@ -58,8 +58,8 @@ Item {
         objectName: "bubble"
         x: message.fromUser ? message.width - width - Theme.padding : Theme.padding
         y: 3
-        width: Math.min(message.maxBubbleWidth, (content.item ? content.item.naturalWidth : 0) + 28)
-        height: content.height + 18
+        width: Math.min(message.maxBubbleWidth, Math.max(content.item ? content.item.naturalWidth : 0, time.implicitWidth) + 28)
+        height: content.height + time.implicitHeight + 16
         radius: Theme.bubbleRadius
         color: message.fromUser ? Theme.ownBubble : Theme.theirBubble
         border.color: Theme.separator
@@ -72,6 +72,30 @@ Item {
             width: bubble.width - 28
             sourceComponent: message.fromUser ? plainText : wordLines
         }
+        Text {
+            id: time
+            objectName: "messageTime"
+            anchors.right: parent.right
+            anchors.rightMargin: 12
+            anchors.bottom: parent.bottom
+            anchors.bottomMargin: 5
+            text: message.timeText(message.createdAt)
+            color: message.fromUser ? Theme.ownBubbleText : Theme.faintText
+            opacity: message.fromUser ? 0.75 : 1
+            font.pixelSize: 10
+        }
+    }
+
+    // "14:05" today, "Mon 14:05" this week, "3 Nov 14:05" before.
+    function timeText(millis) {
+        const date = new Date(millis);
+        const now = new Date();
+        const time = Qt.formatTime(date, "hh:mm");
+        if (date.toDateString() === now.toDateString())
+            return time;
+        if ((now - date) / 86400000 < 6)
+            return Qt.locale().dayName(date.getDay(), Locale.ShortFormat) + " " + time;
+        return Qt.formatDate(date, "d MMM") + " " + time;
     }
 
     Component {

@@ -20,7 +20,6 @@ Rectangle {
         anchors.rightMargin: Theme.spacing
         spacing: Theme.spacing
         ColumnLayout {
-            Layout.fillWidth: true
             spacing: 0
             Label {
                 text: "New version available"
@@ -34,6 +33,9 @@ Rectangle {
                 color: Theme.secondaryText
                 font.pixelSize: Theme.smallSize
             }
+        }
+        Item {
+            Layout.fillWidth: true
         }
         Button {
             text: "Later"

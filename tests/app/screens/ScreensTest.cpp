@@ -77,7 +77,6 @@ TEST_F(ScreensRenderTest, EveryScreenOfASetUpUserRendersWithoutWarnings) {
     }
     controller->model().closeSheet();
 
-    context->draftFor(QString())->deleteLater();
     controller->model().showSheet(AppModel::Sheet::NewContact);
     ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("contactEditor")) != nullptr; }));
     grab(QStringLiteral("contact-new"));
