@@ -1,5 +1,6 @@
 #include "AppModelsFixture.h"
 #include "desktop/LoginItem.h"
+#include "screens/Appearance.h"
 #include "screens/ContactDraft.h"
 #include "screens/NotificationCards.h"
 #include "screens/ProfileSettings.h"
@@ -170,6 +171,21 @@ TEST_F(ScreenAdaptersTest, TheLoginEntryStartsQuilloQuietlyUntilRemoved) {
     EXPECT_TRUE(LoginItem::isLoginLaunch({u"quillo"_qs, u"--launched-at-login"_qs}, {}));
     EXPECT_TRUE(LoginItem::isLoginLaunch({u"quillo"_qs}, u"app.quillo.agent"_qs));
     EXPECT_FALSE(LoginItem::isLoginLaunch({u"quillo"_qs}, u"something.else"_qs));
+}
+
+TEST_F(ScreenAdaptersTest, AutomaticFollowsTheDesktopsSchemeAndAChoiceOverridesIt) {
+    open(StoredState());
+    Appearance appearance(*repository);
+    EXPECT_FALSE(appearance.dark()) << "light while the desktop has not said";
+    appearance.setDesktopScheme(1);
+    EXPECT_TRUE(appearance.dark());
+    repository->setTheme(ThemeChoice::Light);
+    EXPECT_FALSE(appearance.dark());
+    appearance.setDesktopScheme(2);
+    repository->setTheme(ThemeChoice::Dark);
+    EXPECT_TRUE(appearance.dark());
+    repository->setTheme(ThemeChoice::System);
+    EXPECT_FALSE(appearance.dark()) << "the desktop prefers light now";
 }
 
 TEST(NotificationCards, NewestFirstOneCardPerContactAndOnlyAFew) {

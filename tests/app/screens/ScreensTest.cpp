@@ -353,3 +353,29 @@ TEST_F(ScreensRenderTest, AFailedReplyIsSaidOnceUnderTheMessagesAndGoesWithTheNe
     EXPECT_FALSE(line->isVisible());
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
+
+TEST_F(ScreensRenderTest, SigningOutFromTheSettingsLeavesNoChatsAndAFailedDeletionSaysSo) {
+    seed(seededDocument());
+    ASSERT_NO_FATAL_FAILURE(launch());
+    context->openSettings();
+    ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("deleteAccount")) != nullptr; }));
+
+    // The service is gone: deleting cannot go through, and nothing local changes.
+    const int servedOn = port();
+    stop();
+    context->account()->deleteAccount();
+    ASSERT_TRUE(spinUntil([this] { return !context->account()->busy(); }, 2000, 1000));
+    EXPECT_EQ(textOf(item(QStringLiteral("deleteFailure"))),
+              QStringLiteral("Your account couldn't be deleted right now. Try again in a moment."));
+    EXPECT_TRUE(context->account()->signedIn());
+    EXPECT_EQ(context->chats()->rowCount(), 3);
+    grab(QStringLiteral("settings-delete-failed"));
+
+    config.listenPort = servedOn; // back where the app looks for it
+    start();
+    QMetaObject::invokeMethod(item(QStringLiteral("signOut")), "clicked");
+    ASSERT_TRUE(
+        spinUntil([this] { return item(QStringLiteral("accessCode")) != nullptr; }, 2000, 1000));
+    EXPECT_EQ(context->chats()->rowCount(), 0) << "this computer keeps none of the chats";
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
