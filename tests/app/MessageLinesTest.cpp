@@ -75,7 +75,7 @@ TEST(MessageLines, WordsCarryTheirGlossAndReading) {
     EXPECT_TRUE(byText.value(QStringLiteral(", ")).reading.isEmpty());
 
     // Without the reading line no piece has a reading.
-    for (const MessagePiece& piece :
-         messageLines(text, laidOut(text, QStringLiteral("Russian"), false)).first())
+    const auto plain = messageLines(text, laidOut(text, QStringLiteral("Russian"), false));
+    for (const MessagePiece& piece : plain.first())
         EXPECT_TRUE(piece.reading.isEmpty()) << piece.text.toStdString();
 }
