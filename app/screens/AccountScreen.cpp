@@ -1,6 +1,7 @@
 #include "AccountScreen.h"
 
 #include "chat/ChatRepository.h"
+#include "desktop/GoogleSignIn.h"
 
 namespace quillo {
 
@@ -11,10 +12,28 @@ const QString deleteFailed =
 
 } // namespace
 
-AccountScreen::AccountScreen(ChatRepository& repository, QObject* parent)
+AccountScreen::AccountScreen(ChatRepository& repository, GoogleSignIn* google, QObject* parent)
     : QObject(parent)
-    , m_repository(repository) {
+    , m_repository(repository)
+    , m_google(google) {
     connect(&repository, &ChatRepository::accountChanged, this, &AccountScreen::accountChanged);
+    if (m_google)
+        connect(m_google, &GoogleSignIn::waitingChanged, this, &AccountScreen::busyChanged);
+}
+
+bool AccountScreen::waitingForBrowser() const {
+    return m_google && m_google->waiting();
+}
+
+void AccountScreen::continueWithGoogle() {
+    if (m_busy || !m_google)
+        return;
+    signingInWithGoogle();
+}
+
+void AccountScreen::cancelGoogle() {
+    if (m_google)
+        m_google->cancel();
 }
 
 AccountScreen::~AccountScreen() {
@@ -63,8 +82,31 @@ QCoro::Task<> AccountScreen::signingIn(QString code) {
     setBusy(true);
     auto request = m_repository.signInWithCode(code);
     const AccountFlows::Outcome outcome = co_await request;
+    if (*alive)
+        finishSignIn(outcome);
+}
+
+QCoro::Task<> AccountScreen::signingInWithGoogle() {
+    const std::shared_ptr<bool> alive = m_alive;
+    setFailureLine({});
+    setBusy(true);
+    auto browsing = m_google->idToken();
+    const GoogleSignIn::Outcome token = co_await browsing;
     if (!*alive)
         co_return;
+    if (!token.ok()) {
+        setBusy(false);
+        // A cancelled sign-in says nothing.
+        setFailureLine(token.error().message);
+        co_return;
+    }
+    auto request = m_repository.signIn(token.value());
+    const AccountFlows::Outcome outcome = co_await request;
+    if (*alive)
+        finishSignIn(outcome);
+}
+
+void AccountScreen::finishSignIn(const AccountFlows::Outcome& outcome) {
     setBusy(false);
     if (!outcome.ok())
         setFailureLine(AccountFlows::failureLine(outcome.error()));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "account/AccountFlows.h"
+
 #include <QCoro/QCoroTask>
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
@@ -9,6 +11,7 @@
 namespace quillo {
 
 class ChatRepository;
+class GoogleSignIn;
 
 // The sign-in screen and the account part of the settings: who is signed in, signing in with an
 // access code, signing out and deleting the account, each with the line the screen shows.
@@ -29,7 +32,8 @@ class AccountScreen : public QObject {
     Q_PROPERTY(bool waitingForBrowser READ waitingForBrowser NOTIFY busyChanged)
 
 public:
-    explicit AccountScreen(ChatRepository& repository, QObject* parent = nullptr);
+    // Without `google` (no client id configured) only access codes sign in.
+    AccountScreen(ChatRepository& repository, GoogleSignIn* google, QObject* parent = nullptr);
     ~AccountScreen() override;
 
     bool signedIn() const;
@@ -38,10 +42,12 @@ public:
     bool busy() const { return m_busy; }
     const QString& failureLine() const { return m_failureLine; }
     const QString& deleteFailureLine() const { return m_deleteFailureLine; }
-    bool googleAvailable() const { return false; }
-    bool waitingForBrowser() const { return false; }
+    bool googleAvailable() const { return m_google != nullptr; }
+    bool waitingForBrowser() const;
 
     Q_INVOKABLE void signInWithCode(const QString& code);
+    Q_INVOKABLE void continueWithGoogle();
+    Q_INVOKABLE void cancelGoogle();
     Q_INVOKABLE void signOut();
     Q_INVOKABLE void deleteAccount();
     Q_INVOKABLE void clearFailures();
@@ -55,6 +61,8 @@ Q_SIGNALS:
 
 private:
     QCoro::Task<> signingIn(QString code);
+    QCoro::Task<> signingInWithGoogle();
+    void finishSignIn(const AccountFlows::Outcome& outcome);
     QCoro::Task<> signingOut();
     QCoro::Task<> deleting();
     void setBusy(bool busy);
@@ -62,6 +70,7 @@ private:
     void setDeleteFailureLine(const QString& line);
 
     ChatRepository& m_repository;
+    GoogleSignIn* m_google;
     bool m_busy = false;
     QString m_failureLine;
     QString m_deleteFailureLine;

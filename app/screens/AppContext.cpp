@@ -11,14 +11,20 @@ namespace {
 
 AppContext* current = nullptr;
 
+std::unique_ptr<GoogleSignIn> googleSignIn(GoogleSignIn::Opener openBrowser) {
+    const std::optional<GoogleSignInConfig> config = GoogleSignInConfig::fromEnvironment();
+    return config ? std::make_unique<GoogleSignIn>(*config, std::move(openBrowser)) : nullptr;
+}
+
 } // namespace
 
-AppContext::AppContext(AppController& controller, QObject* parent)
+AppContext::AppContext(AppController& controller, GoogleSignIn::Opener openBrowser, QObject* parent)
     : QObject(parent)
     , m_controller(controller)
+    , m_google(googleSignIn(std::move(openBrowser)))
     , m_chats(controller.repository())
     , m_conversation(controller.repository(), controller.model())
-    , m_account(controller.repository())
+    , m_account(controller.repository(), m_google.get())
     , m_settings(controller.repository(), m_loginItem)
     , m_appearance(controller.repository()) {
     connect(&controller, &AppController::updateFound, this, &AppContext::updateChanged);
@@ -103,6 +109,10 @@ ContactDraft* AppContext::draftFor(const QString& botId) {
 
 void AppContext::setWindowShown(bool shown) {
     m_controller.model().setWindowShown(shown);
+}
+
+bool AppContext::handleUrl(const QUrl& url) {
+    return m_google && m_google->handle(url);
 }
 
 void AppContext::showMainWindow() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "desktop/GoogleSignIn.h"
 #include "desktop/LoginItem.h"
 #include "models/AppController.h"
 #include "models/ChatListModel.h"
@@ -44,7 +45,10 @@ class AppContext : public QObject, public AppShell {
     Q_PROPERTY(QString version READ version CONSTANT)
 
 public:
-    explicit AppContext(AppController& controller, QObject* parent = nullptr);
+    // `openBrowser` opens a URL in the user's browser, for Google sign-in (which is offered
+    // only when a client id is configured).
+    explicit AppContext(AppController& controller, GoogleSignIn::Opener openBrowser = {},
+                        QObject* parent = nullptr);
     ~AppContext() override;
 
     // The instance the QML engine hands out; set before any screen loads.
@@ -77,6 +81,8 @@ public:
     Q_INVOKABLE quillo::ContactDraft* draftFor(const QString& botId);
     // The window tells whether it is on screen.
     Q_INVOKABLE void setWindowShown(bool shown);
+    // A URL given to the application (the sign-in callback); whether it was taken.
+    bool handleUrl(const QUrl& url);
 
     // AppShell
     void showMainWindow() override;
@@ -93,6 +99,7 @@ private:
     QCoro::Task<> refreshing(std::shared_ptr<bool> alive);
 
     AppController& m_controller;
+    std::unique_ptr<GoogleSignIn> m_google;
     LoginItem m_loginItem;
     ChatListModel m_chats;
     ConversationScreen m_conversation;

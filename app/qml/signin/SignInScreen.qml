@@ -59,6 +59,17 @@ Rectangle {
             visible: screen.account.googleAvailable
             enabled: !screen.account.busy
             text: "Continue with Google"
+            onClicked: screen.account.continueWithGoogle()
+        }
+        Label {
+            objectName: "googleUnavailable"
+            Layout.fillWidth: true
+            visible: !screen.account.googleAvailable
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            text: "Google sign-in is not set up for this Quillo. Sign in with an access code from whoever runs it."
+            color: Theme.secondaryText
+            font.pixelSize: Theme.smallSize + 0.5
         }
 
         Label {
@@ -69,6 +80,13 @@ Rectangle {
             wrapMode: Text.Wrap
             text: "Finish signing in with Google in your browser."
             color: Theme.secondaryText
+        }
+        Button {
+            Layout.alignment: Qt.AlignHCenter
+            visible: screen.account.waitingForBrowser
+            flat: true
+            text: "Cancel"
+            onClicked: screen.account.cancelGoogle()
         }
 
         Label {
