@@ -32,15 +32,30 @@ bool DesktopApp::start() {
                          if (state == Qt::ApplicationActive)
                              m_controller.didBecomeActive();
                      });
-    // A sign-in callback the desktop handed over on the command line.
-    for (const QString& argument : m_arguments.mid(1)) {
-        const QUrl url(argument);
-        if (url.isValid() && !url.scheme().isEmpty())
-            m_context.handleUrl(url);
-    }
     m_controller.start(
         m_context, LoginItem::isLoginLaunch(m_arguments, qEnvironmentVariable("XPC_SERVICE_NAME")));
+    // A sign-in callback the desktop handed over on the command line.
+    takeUrls(m_arguments.mid(1));
     return true;
+}
+
+void DesktopApp::handleArguments(const QStringList& arguments) {
+    if (arguments.contains(QStringLiteral("--open"))) {
+        m_controller.model().focusMostRelevantChat();
+        m_context.showMainWindow();
+    }
+    if (takeUrls(arguments))
+        m_context.showMainWindow();
+}
+
+bool DesktopApp::takeUrls(const QStringList& arguments) {
+    bool taken = false;
+    for (const QString& argument : arguments) {
+        const QUrl url(argument);
+        if (!argument.startsWith(u'-') && url.isValid() && !url.scheme().isEmpty())
+            taken = m_context.handleUrl(url) || taken;
+    }
+    return taken;
 }
 
 } // namespace quillo

@@ -18,12 +18,17 @@ public:
 
     // Loads the screens and starts the controller; false when the screens could not load.
     bool start();
+    // What a later start of Quillo handed over: --open brings the window forward with the most
+    // relevant chat, a sign-in callback URL ends a waiting Google sign-in.
+    void handleArguments(const QStringList& arguments);
 
     AppController& controller() { return m_controller; }
     AppContext& context() { return m_context; }
     ScreenEngine& screens() { return m_screens; }
 
 private:
+    bool takeUrls(const QStringList& arguments);
+
     SystemClock m_clock;
     QStringList m_arguments;
     AppController m_controller;

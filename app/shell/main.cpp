@@ -1,11 +1,26 @@
+#include "desktop/SingleInstance.h"
 #include "shell/DesktopApp.h"
 
 #include <QGuiApplication>
 
 int main(int argc, char* argv[]) {
     QGuiApplication application(argc, argv);
-    quillo::DesktopApp app(application.arguments());
+
+    // One Quillo per session: a later start (a sign-in callback, `quillo --open` bound to a
+    // key) hands over its arguments and ends.
+    quillo::SingleInstance instance;
+    QStringList handed = QGuiApplication::arguments().mid(1);
+    if (handed.isEmpty())
+        handed = {QStringLiteral("--open")};
+    if (instance.forwardToRunning(handed))
+        return 0;
+
+    quillo::DesktopApp app(QGuiApplication::arguments());
     if (!app.start())
         return 1;
+    QObject::connect(&instance, &quillo::SingleInstance::argumentsReceived, &application,
+                     [&app](const QStringList& arguments) { app.handleArguments(arguments); });
+    // Without the socket a later start cannot find this one; this one runs all the same.
+    instance.listen();
     return QGuiApplication::exec();
 }
