@@ -51,6 +51,9 @@ ChatClient::reply(QString token, BotProfile bot, UserProfile profile, QList<Chat
             co_return cancelled();
 
         auto answer = co_await m_api.reply(token, messages, maxTokens(length), temperature);
+        // Whoever asked may be gone by now, and this client with it: look at nothing of ours.
+        if (cancel.isCancelled())
+            co_return cancelled();
         if (answer.ok()) {
             // The parser's failure comes after the model has answered: asking again would only
             // spend another of the user's replies.
