@@ -18,10 +18,10 @@ std::unique_ptr<GoogleSignIn> googleSignIn(GoogleSignIn::Opener openBrowser) {
 
 } // namespace
 
-AppContext::AppContext(AppController& controller, GoogleSignIn::Opener openBrowser, QObject* parent)
+AppContext::AppContext(AppController& controller, Desktop desktop, QObject* parent)
     : QObject(parent)
     , m_controller(controller)
-    , m_google(googleSignIn(std::move(openBrowser)))
+    , m_google(googleSignIn(std::move(desktop.openBrowser)))
     , m_chats(controller.repository())
     , m_conversation(controller.repository(), controller.model())
     , m_account(controller.repository(), m_google.get())
@@ -29,9 +29,19 @@ AppContext::AppContext(AppController& controller, GoogleSignIn::Opener openBrows
     , m_appearance(controller.repository()) {
     connect(&controller, &AppController::updateFound, this, &AppContext::updateChanged);
     connect(&m_notifications, &NotificationCards::activated, this, &AppContext::openConversation);
-    // A card for the conversation just opened has nothing more to say.
-    connect(&controller.model(), &AppModel::selectionChanged, this,
-            [this] { m_notifications.dismissFor(m_controller.model().selectedBotId()); });
+    if (desktop.bus) {
+        m_desktopNotifications =
+            std::make_unique<DesktopNotifications>(*desktop.bus, std::move(desktop.avatar));
+        connect(m_desktopNotifications.get(), &DesktopNotifications::activated, this,
+                &AppContext::openConversation);
+    }
+    // A notification for the conversation just opened has nothing more to say.
+    connect(&controller.model(), &AppModel::selectionChanged, this, [this] {
+        const QString botId = m_controller.model().selectedBotId();
+        m_notifications.dismissFor(botId);
+        if (m_desktopNotifications)
+            m_desktopNotifications->withdraw(botId);
+    });
 }
 
 AppContext::~AppContext() {
@@ -120,6 +130,8 @@ void AppContext::showMainWindow() {
 }
 
 void AppContext::setUnread(int count) {
+    if (m_desktopNotifications)
+        m_desktopNotifications->setUnread(count);
     if (count == m_unread)
         return;
     m_unread = count;
@@ -127,7 +139,11 @@ void AppContext::setUnread(int count) {
 }
 
 void AppContext::showNotification(const NotificationPayload& payload) {
-    m_notifications.push(payload);
+    // The desktop's own notifications where it has a server for them, else the panel's cards.
+    if (m_desktopNotifications && m_desktopNotifications->available())
+        m_desktopNotifications->show(payload);
+    else
+        m_notifications.push(payload);
 }
 
 } // namespace quillo

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "desktop/DesktopNotifications.h"
 #include "desktop/GoogleSignIn.h"
 #include "desktop/LoginItem.h"
 #include "models/AppController.h"
@@ -45,10 +46,18 @@ class AppContext : public QObject, public AppShell {
     Q_PROPERTY(QString version READ version CONSTANT)
 
 public:
-    // `openBrowser` opens a URL in the user's browser, for Google sign-in (which is offered
-    // only when a client id is configured).
-    explicit AppContext(AppController& controller, GoogleSignIn::Opener openBrowser = {},
-                        QObject* parent = nullptr);
+    // What the desktop session offers the application. Without it (headless) notifications
+    // stay on the application's own panel and Google sign-in is not offered.
+    struct Desktop {
+        // Opens a URL in the user's browser, for Google sign-in (offered only when a client id
+        // is configured).
+        GoogleSignIn::Opener openBrowser;
+        // The session bus's notification server and launcher entry, when there is one.
+        std::optional<QDBusConnection> bus;
+        DesktopNotifications::AvatarPainter avatar;
+    };
+
+    explicit AppContext(AppController& controller, Desktop desktop = {}, QObject* parent = nullptr);
     ~AppContext() override;
 
     // The instance the QML engine hands out; set before any screen loads.
@@ -100,6 +109,7 @@ private:
 
     AppController& m_controller;
     std::unique_ptr<GoogleSignIn> m_google;
+    std::unique_ptr<DesktopNotifications> m_desktopNotifications;
     LoginItem m_loginItem;
     ChatListModel m_chats;
     ConversationScreen m_conversation;

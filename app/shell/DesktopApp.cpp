@@ -3,16 +3,50 @@
 #include "desktop/LoginItem.h"
 #include "store/AppIdentity.h"
 
+#include <QDBusConnection>
 #include <QDesktopServices>
 #include <QGuiApplication>
+#include <QPainter>
 #include <QUrl>
 
 namespace quillo {
 
+namespace {
+
+// A contact's avatar for a desktop notification: its initials on its colour.
+QImage paintAvatar(const NotificationPayload& payload) {
+    constexpr int size = 96;
+    QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(payload.accent.isEmpty() ? QStringLiteral("#5BB6FF") : payload.accent));
+    painter.drawEllipse(0, 0, size, size);
+    QFont font = painter.font();
+    font.setPixelSize(size * 38 / 100);
+    font.setWeight(QFont::DemiBold);
+    painter.setFont(font);
+    painter.setPen(Qt::white);
+    painter.drawText(QRect(0, 0, size, size), Qt::AlignCenter, payload.initials);
+    return image;
+}
+
+AppContext::Desktop desktopSession() {
+    AppContext::Desktop desktop;
+    desktop.openBrowser = [](const QUrl& url) { return QDesktopServices::openUrl(url); };
+    if (QDBusConnection bus = QDBusConnection::sessionBus(); bus.isConnected())
+        desktop.bus = bus;
+    desktop.avatar = paintAvatar;
+    return desktop;
+}
+
+} // namespace
+
 DesktopApp::DesktopApp(const QStringList& arguments)
     : m_arguments(arguments)
     , m_controller(m_clock)
-    , m_context(m_controller, [](const QUrl& url) { return QDesktopServices::openUrl(url); })
+    , m_context(m_controller, desktopSession())
     , m_screens(m_context) {
     QGuiApplication::setApplicationName(AppIdentity::displayName());
     QGuiApplication::setApplicationDisplayName(AppIdentity::displayName());
