@@ -3,6 +3,7 @@
 #include "desktop/LoginItem.h"
 #include "store/AppIdentity.h"
 
+#include <QApplication>
 #include <QDBusConnection>
 #include <QDesktopServices>
 #include <QGuiApplication>
@@ -66,6 +67,19 @@ bool DesktopApp::start() {
                          if (state == Qt::ApplicationActive)
                              m_controller.didBecomeActive();
                      });
+    // In the tray where the desktop has one: closing the window then leaves Quillo running, so
+    // replies and notifications still arrive. Without a tray, closing the window quits.
+    if (qobject_cast<QApplication*>(QCoreApplication::instance()) && TrayIcon::available()) {
+        m_tray = std::make_unique<TrayIcon>(
+            [this] {
+                m_controller.model().focusMostRelevantChat();
+                m_context.showMainWindow();
+            },
+            [this] { m_controller.openSettings(); }, [] { QCoreApplication::quit(); });
+        QObject::connect(&m_context, &AppContext::unreadChanged, m_tray.get(),
+                         [this] { m_tray->setUnread(m_context.unread()); });
+        QGuiApplication::setQuitOnLastWindowClosed(false);
+    }
     m_controller.start(
         m_context, LoginItem::isLoginLaunch(m_arguments, qEnvironmentVariable("XPC_SERVICE_NAME")));
     // A sign-in callback the desktop handed over on the command line.

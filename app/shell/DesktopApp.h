@@ -4,6 +4,7 @@
 #include "models/AppController.h"
 #include "screens/AppContext.h"
 #include "shell/ScreenEngine.h"
+#include "shell/TrayIcon.h"
 
 #include <QStringList>
 
@@ -34,6 +35,7 @@ private:
     AppController m_controller;
     AppContext m_context;
     ScreenEngine m_screens;
+    std::unique_ptr<TrayIcon> m_tray;
 };
 
 } // namespace quillo

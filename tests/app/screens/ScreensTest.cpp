@@ -1,4 +1,5 @@
 #include "ScreensFixture.h"
+#include "shell/TrayIcon.h"
 
 #include <QTest>
 
@@ -378,4 +379,18 @@ TEST_F(ScreensRenderTest, SigningOutFromTheSettingsLeavesNoChatsAndAFailedDeleti
         spinUntil([this] { return item(QStringLiteral("accessCode")) != nullptr; }, 2000, 1000));
     EXPECT_EQ(context->chats()->rowCount(), 0) << "this computer keeps none of the chats";
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST(TrayIcon, TheUnreadCountStandsBesideAndOnTheIcon) {
+    EXPECT_EQ(TrayIcon::unreadTitle(0), QString());
+    EXPECT_EQ(TrayIcon::unreadTitle(-2), QString());
+    EXPECT_EQ(TrayIcon::unreadTitle(3), u" 3");
+    const QImage bare = TrayIcon::badged(32, 0);
+    ASSERT_EQ(bare.size(), QSize(32, 32));
+    EXPECT_NE(bare, TrayIcon::badged(32, 3)) << "a badge is drawn";
+    EXPECT_NE(TrayIcon::badged(32, 3), TrayIcon::badged(32, 4));
+    EXPECT_EQ(bare, TrayIcon::badged(32, -1));
+    const QString folder = QCoreApplication::applicationDirPath() + QStringLiteral("/screens");
+    QDir().mkpath(folder);
+    EXPECT_TRUE(TrayIcon::badged(64, 3).save(folder + QStringLiteral("/tray-icon-3.png")));
 }
