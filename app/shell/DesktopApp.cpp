@@ -70,15 +70,18 @@ bool DesktopApp::start() {
     // In the tray where the desktop has one: closing the window then leaves Quillo running, so
     // replies and notifications still arrive. Without a tray, closing the window quits.
     if (qobject_cast<QApplication*>(QCoreApplication::instance()) && TrayIcon::available()) {
-        m_tray = std::make_unique<TrayIcon>(
-            [this] {
-                m_controller.model().focusMostRelevantChat();
-                m_context.showMainWindow();
-            },
-            [this] { m_controller.openSettings(); }, [] { QCoreApplication::quit(); });
+        m_tray =
+            std::make_unique<TrayIcon>([this] { open(); }, [this] { m_controller.openSettings(); },
+                                       [] { QCoreApplication::quit(); });
         QObject::connect(&m_context, &AppContext::unreadChanged, m_tray.get(),
                          [this] { m_tray->setUnread(m_context.unread()); });
         QGuiApplication::setQuitOnLastWindowClosed(false);
+    }
+    // Control-shift-space on an X11 desktop (the key grab needs the X server as the display).
+    if (QGuiApplication::platformName() == QStringLiteral("xcb")) {
+        m_hotKey = std::make_unique<GlobalHotKey>();
+        QObject::connect(m_hotKey.get(), &GlobalHotKey::pressed, m_hotKey.get(),
+                         [this] { open(); });
     }
     m_controller.start(
         m_context, LoginItem::isLoginLaunch(m_arguments, qEnvironmentVariable("XPC_SERVICE_NAME")));
@@ -87,11 +90,14 @@ bool DesktopApp::start() {
     return true;
 }
 
+void DesktopApp::open() {
+    m_controller.model().focusMostRelevantChat();
+    m_context.showMainWindow();
+}
+
 void DesktopApp::handleArguments(const QStringList& arguments) {
-    if (arguments.contains(QStringLiteral("--open"))) {
-        m_controller.model().focusMostRelevantChat();
-        m_context.showMainWindow();
-    }
+    if (arguments.contains(QStringLiteral("--open")))
+        open();
     if (takeUrls(arguments))
         m_context.showMainWindow();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/Clock.h"
+#include "desktop/GlobalHotKey.h"
 #include "models/AppController.h"
 #include "screens/AppContext.h"
 #include "shell/ScreenEngine.h"
@@ -29,6 +30,8 @@ public:
 
 private:
     bool takeUrls(const QStringList& arguments);
+    // The tray's "Open Quillo" and the hot key: the most relevant chat, in the window.
+    void open();
 
     SystemClock m_clock;
     QStringList m_arguments;
@@ -36,6 +39,7 @@ private:
     AppContext m_context;
     ScreenEngine m_screens;
     std::unique_ptr<TrayIcon> m_tray;
+    std::unique_ptr<GlobalHotKey> m_hotKey;
 };
 
 } // namespace quillo
