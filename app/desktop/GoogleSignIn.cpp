@@ -226,13 +226,7 @@ bool GoogleSignIn::handle(const QUrl& url) {
     if (!query.hasQueryItem(QStringLiteral("state")) ||
         query.queryItemValue(QStringLiteral("state"), QUrl::FullyDecoded) != m_pending->state)
         return false;
-    const std::shared_ptr<Arrival> arrival = m_pending->arrival;
-    m_pending.reset();
-    arrival->callback = url;
-    arrival->done = true;
-    m_loopback.reset();
-    Q_EMIT waitingChanged();
-    Q_EMIT resumed();
+    end([&url](Arrival& arrival) { arrival.callback = url; });
     return true;
 }
 
@@ -241,11 +235,14 @@ void GoogleSignIn::cancel() {
 }
 
 void GoogleSignIn::finish(const Failure& failure) {
-    if (!m_pending)
-        return;
+    if (m_pending)
+        end([&failure](Arrival& arrival) { arrival.failure = failure; });
+}
+
+void GoogleSignIn::end(const std::function<void(Arrival&)>& how) {
     const std::shared_ptr<Arrival> arrival = m_pending->arrival;
     m_pending.reset();
-    arrival->failure = failure;
+    how(*arrival);
     arrival->done = true;
     m_loopback.reset();
     Q_EMIT waitingChanged();

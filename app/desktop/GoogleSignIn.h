@@ -92,6 +92,9 @@ private:
     std::optional<QString> listenForRedirect();
     void answerBrowser();
     void finish(const Failure& failure);
+    // Ends the waiting attempt, `how` filling in its arrival; every ending goes through here,
+    // so an attempt ends exactly once.
+    void end(const std::function<void(Arrival&)>& how);
     QCoro::Task<Outcome> exchange(QString code, QString verifier, QString redirectUri);
 
     GoogleSignInConfig m_config;
