@@ -1,4 +1,5 @@
 #include "desktop/DesktopNotifications.h"
+#include "EventsUntil.h"
 
 #include <QCoreApplication>
 #include <QDBusMessage>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 using namespace quillo;
+using quillo::apptest::eventsUntil;
 
 namespace {
 
@@ -71,14 +73,6 @@ public Q_SLOTS:
     }
 };
 
-bool spinUntil(const std::function<bool()>& done) {
-    QElapsedTimer waited;
-    waited.start();
-    while (!done() && waited.elapsed() < 5000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return done();
-}
-
 NotificationPayload payload(const QString& body) {
     return {QStringLiteral("sasha"),   QStringLiteral("Sasha Volkov"), QStringLiteral("SV"),
             QStringLiteral("#5BB6FF"), QStringLiteral("Russian · A2"), body};
@@ -105,7 +99,7 @@ TEST(DesktopNotifications, AReplyIsShownReplacedAndItsActionOpensTheConversation
     ASSERT_TRUE(notifications.available());
 
     notifications.show(payload(QStringLiteral("Привет!")));
-    ASSERT_TRUE(spinUntil([&] { return notifications.showing(u"sasha"_qs); }));
+    ASSERT_TRUE(eventsUntil([&] { return notifications.showing(u"sasha"_qs); }));
     const NotificationServer::Shown first = server.shown.first();
     EXPECT_EQ(first.summary, u"Sasha Volkov");
     EXPECT_EQ(first.body, u"Russian · A2\nПривет!");
@@ -115,8 +109,8 @@ TEST(DesktopNotifications, AReplyIsShownReplacedAndItsActionOpensTheConversation
 
     // The contact's next reply replaces its notification rather than piling up.
     notifications.show(payload(QStringLiteral("Как дела?")));
-    ASSERT_TRUE(spinUntil([&] { return server.shown.size() == 2; }));
-    ASSERT_TRUE(spinUntil([&] { return notifications.showing(u"sasha"_qs); }));
+    ASSERT_TRUE(eventsUntil([&] { return server.shown.size() == 2; }));
+    ASSERT_TRUE(eventsUntil([&] { return notifications.showing(u"sasha"_qs); }));
     EXPECT_EQ(server.shown.last().replaces, 41u);
 
     QSignalSpy activated(&notifications, &DesktopNotifications::activated);
@@ -125,14 +119,14 @@ TEST(DesktopNotifications, AReplyIsShownReplacedAndItsActionOpensTheConversation
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
     invoked << 41u << QStringLiteral("default");
     desktop.send(invoked);
-    ASSERT_TRUE(spinUntil([&] { return activated.count() == 1; }));
+    ASSERT_TRUE(eventsUntil([&] { return activated.count() == 1; }));
     EXPECT_EQ(activated.first().first().toString(), u"sasha");
 
     // Reading the chat elsewhere takes a notification away.
     notifications.show(payload(QStringLiteral("?")));
-    ASSERT_TRUE(spinUntil([&] { return notifications.showing(u"sasha"_qs); }));
+    ASSERT_TRUE(eventsUntil([&] { return notifications.showing(u"sasha"_qs); }));
     notifications.withdraw(QStringLiteral("sasha"));
-    ASSERT_TRUE(spinUntil([&] { return server.closed.size() == 1; }));
+    ASSERT_TRUE(eventsUntil([&] { return server.closed.size() == 1; }));
 }
 
 TEST(DesktopNotifications, TheUnreadCountReachesTheLauncherEntry) {
@@ -146,7 +140,7 @@ TEST(DesktopNotifications, TheUnreadCountReachesTheLauncherEntry) {
     DesktopNotifications notifications(bus.connect(QStringLiteral("app")));
     notifications.setUnread(3);
     notifications.setUnread(0);
-    ASSERT_TRUE(spinUntil([&] { return listener.launcher.size() == 2; }));
+    ASSERT_TRUE(eventsUntil([&] { return listener.launcher.size() == 2; }));
     EXPECT_EQ(listener.launcher[0].value(u"count"_qs).toLongLong(), 3);
     EXPECT_TRUE(listener.launcher[0].value(u"count-visible"_qs).toBool());
     EXPECT_FALSE(listener.launcher[1].value(u"count-visible"_qs).toBool());

@@ -1,4 +1,5 @@
 #include "desktop/GlobalHotKey.h"
+#include "EventsUntil.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 using namespace quillo;
+using quillo::apptest::eventsUntil;
 
 namespace {
 
@@ -53,14 +55,6 @@ private:
     QString m_name;
 };
 
-bool spinUntil(const std::function<bool()>& done) {
-    QElapsedTimer waited;
-    waited.start();
-    while (!done() && waited.elapsed() < 5000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return done();
-}
-
 } // namespace
 
 TEST(GlobalHotKey, ControlShiftSpaceReachesQuilloWhateverHasTheFocus) {
@@ -71,11 +65,11 @@ TEST(GlobalHotKey, ControlShiftSpaceReachesQuilloWhateverHasTheFocus) {
     QSignalSpy pressed(&hotKey, &GlobalHotKey::pressed);
 
     ASSERT_TRUE(display.press(QStringLiteral("ctrl+shift+space")));
-    ASSERT_TRUE(spinUntil([&] { return pressed.count() == 1; }));
+    ASSERT_TRUE(eventsUntil([&] { return pressed.count() == 1; }));
     ASSERT_TRUE(display.press(QStringLiteral("ctrl+space")));
     ASSERT_TRUE(display.press(QStringLiteral("shift+space")));
     ASSERT_TRUE(display.press(QStringLiteral("ctrl+shift+space")));
-    ASSERT_TRUE(spinUntil([&] { return pressed.count() == 2; }));
+    ASSERT_TRUE(eventsUntil([&] { return pressed.count() == 2; }));
     QCoreApplication::processEvents();
     EXPECT_EQ(pressed.count(), 2) << "other combinations are not ours";
 
