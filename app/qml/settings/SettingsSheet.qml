@@ -218,7 +218,26 @@ Rectangle {
                     explanation: "Keeps it in the menu bar, so replies and notifications reach you."
                     checked: sheet.settings.managedByInstaller || sheet.settings.openAtLogin
                     enabledSwitch: !sheet.settings.managedByInstaller
-                    onToggled: on => sheet.settings.openAtLogin = on
+                    onToggled: on => {
+                        loginProblem.text = "";
+                        sheet.settings.openAtLogin = on;
+                    }
+                }
+                Label {
+                    id: loginProblem
+                    objectName: "loginProblem"
+                    Layout.fillWidth: true
+                    visible: text.length > 0
+                    wrapMode: Text.Wrap
+                    color: Theme.danger
+                    font.pixelSize: Theme.smallSize
+
+                    Connections {
+                        target: sheet.settings
+                        function onProblem(line) {
+                            loginProblem.text = line;
+                        }
+                    }
                 }
 
                 Label {

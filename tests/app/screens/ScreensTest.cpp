@@ -1,6 +1,9 @@
 #include "ScreensFixture.h"
 #include "shell/TrayIcon.h"
 
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
 #include <QTest>
 
 using namespace quillo;
@@ -360,6 +363,21 @@ TEST_F(ScreensRenderTest, SigningOutFromTheSettingsLeavesNoChatsAndAFailedDeleti
     ASSERT_NO_FATAL_FAILURE(launch());
     context->openSettings();
     ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("deleteAccount")) != nullptr; }));
+
+    // A file where the autostart folder belongs: the switch stays off and says why.
+    const QString configHome =
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    ASSERT_TRUE(QDir().mkpath(configHome));
+    QFile blocker(configHome + QStringLiteral("/autostart"));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    QQuickItem* loginSwitch = item(QStringLiteral("openAtLogin"));
+    ASSERT_NE(loginSwitch, nullptr);
+    QMetaObject::invokeMethod(loginSwitch, "toggled", Q_ARG(bool, true));
+    EXPECT_EQ(textOf(item(QStringLiteral("loginProblem"))),
+              QStringLiteral("Couldn't change whether Quillo opens at login."));
+    EXPECT_FALSE(context->settings()->openAtLogin());
+    blocker.remove();
 
     // The service is gone: deleting cannot go through, and nothing local changes.
     const int servedOn = port();
