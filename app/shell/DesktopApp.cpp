@@ -77,10 +77,15 @@ bool DesktopApp::start() {
                          [this] { m_tray->setUnread(m_context.unread()); });
         QGuiApplication::setQuitOnLastWindowClosed(false);
     }
-    // Control-shift-space on an X11 desktop (the key grab needs the X server as the display).
+    // Control-shift-space: a key grab on an X11 desktop (it needs the X server as the display).
     if (QGuiApplication::platformName() == QStringLiteral("xcb")) {
         m_hotKey = std::make_unique<GlobalHotKey>();
         QObject::connect(m_hotKey.get(), &GlobalHotKey::pressed, m_hotKey.get(),
+                         [this] { open(); });
+    } else if (QDBusConnection bus = QDBusConnection::sessionBus(); bus.isConnected()) {
+        // Elsewhere (Wayland) the desktop's shortcuts portal binds it, where there is one.
+        m_portalHotKey = std::make_unique<PortalHotKey>(bus);
+        QObject::connect(m_portalHotKey.get(), &PortalHotKey::pressed, m_portalHotKey.get(),
                          [this] { open(); });
     }
     m_controller.start(

@@ -2,6 +2,7 @@
 
 #include "common/Clock.h"
 #include "desktop/GlobalHotKey.h"
+#include "desktop/PortalHotKey.h"
 #include "models/AppController.h"
 #include "screens/AppContext.h"
 #include "shell/ScreenEngine.h"
@@ -40,6 +41,7 @@ private:
     ScreenEngine m_screens;
     std::unique_ptr<TrayIcon> m_tray;
     std::unique_ptr<GlobalHotKey> m_hotKey;
+    std::unique_ptr<PortalHotKey> m_portalHotKey;
 };
 
 } // namespace quillo
