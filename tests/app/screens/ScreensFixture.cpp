@@ -133,9 +133,9 @@ void ScreensTest::seed(const StoredState& state, bool signedIn) {
     }
 }
 
-void ScreensTest::launch() {
+void ScreensTest::launch(AppContext::Desktop desktop) {
     controller = std::make_unique<AppController>(appClock);
-    context = std::make_unique<AppContext>(*controller);
+    context = std::make_unique<AppContext>(*controller, std::move(desktop));
     screens = std::make_unique<ScreenEngine>(*context);
     ASSERT_TRUE(screens->loadMainWindow()) << screens->warnings().join(u'\n').toStdString();
     controller->start(*context, false);

@@ -38,7 +38,7 @@ protected:
     static StoredState seededDocument();
     void seed(const StoredState& state, bool signedIn = true);
     // Builds and starts the application over what is seeded, and waits for its first frame.
-    void launch();
+    void launch(AppContext::Desktop desktop = {});
 
     QQuickWindow* window() const { return screens->mainWindow(); }
     QQuickItem* item(const QString& objectName) const;

@@ -1,8 +1,12 @@
+#include "../GoogleFixture.h"
 #include "ScreensFixture.h"
+#include "server/JwksFixture.h"
 #include "shell/TrayIcon.h"
 
 #include <QDir>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -137,6 +141,45 @@ TEST_F(ScreensRenderTest, SigningInWithAnAccessCodeLeadsThroughOnboardingToTheCh
     EXPECT_EQ(context->chats()->rowCount(), 2);
     EXPECT_TRUE(controller->repository().state().profile.setupCompleted);
     EXPECT_FALSE(controller->model().selectedBotId().isEmpty()) << "a chat is open to start with";
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, ContinuingWithGoogleSignsInThroughTheServiceAndOnboards) {
+    server::JwksFixture keys;
+    apptest::GoogleFixture google;
+    google.clientId = server::JwksFixture::clientId();
+    google.tokenBody =
+        QJsonDocument(QJsonObject{{QStringLiteral("id_token"),
+                                   keys.sign(server::JwksFixture::claims(
+                                       QStringLiteral("ana@example.com"), clock.nowMillis()))}})
+            .toJson(QJsonDocument::Compact);
+    // The service trusts this Google and this client; the app asks that Google.
+    const int servedOn = port();
+    stop();
+    config.listenPort = servedOn;
+    config.googleClientIds = {google.clientId};
+    config.googleJwksUrl = keys.url();
+    start();
+    const GoogleSignInConfig endpoints = google.config();
+    qputenv("QUILLO_GOOGLE_CLIENT_ID", google.clientId.toUtf8());
+    qputenv("QUILLO_GOOGLE_AUTH_URL", endpoints.authorizationEndpoint.toEncoded());
+    qputenv("QUILLO_GOOGLE_TOKEN_URL", endpoints.tokenEndpoint.toEncoded());
+    seed(StoredState(), false);
+    AppContext::Desktop desktop;
+    desktop.openBrowser = google.browser();
+    launch(std::move(desktop));
+    qunsetenv("QUILLO_GOOGLE_CLIENT_ID");
+    qunsetenv("QUILLO_GOOGLE_AUTH_URL");
+    qunsetenv("QUILLO_GOOGLE_TOKEN_URL");
+
+    ASSERT_NE(item(QStringLiteral("googleButton")), nullptr);
+    EXPECT_TRUE(item(QStringLiteral("googleButton"))->isVisible());
+    QMetaObject::invokeMethod(item(QStringLiteral("googleButton")), "clicked");
+    ASSERT_TRUE(
+        spinUntil([this] { return item(QStringLiteral("startButton")) != nullptr; }, 2000, 1000));
+    ASSERT_TRUE(controller->repository().account().has_value());
+    EXPECT_EQ(controller->repository().account()->email, QStringLiteral("ana@example.com"));
+    EXPECT_EQ(keys.fetchCount(), 1) << "the service checked the token against Google's keys";
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
 
