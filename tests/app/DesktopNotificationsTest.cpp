@@ -1,5 +1,6 @@
 #include "desktop/DesktopNotifications.h"
 #include "EventsUntil.h"
+#include "NotificationServer.h"
 #include "PrivateBus.h"
 
 #include <QCoreApplication>
@@ -10,38 +11,10 @@
 
 using namespace quillo;
 using quillo::apptest::eventsUntil;
+using quillo::apptest::NotificationServer;
 using quillo::apptest::PrivateBus;
 
 namespace {
-
-// Plays the desktop's notification server, and hears the launcher entry.
-class NotificationServer : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
-
-public:
-    struct Shown {
-        uint replaces;
-        QString summary;
-        QString body;
-        QStringList actions;
-        QVariantMap hints;
-    };
-    QList<Shown> shown;
-    QList<uint> closed;
-    QList<QVariantMap> launcher;
-
-public Q_SLOTS:
-    uint Notify(const QString&, uint replaces, const QString&, const QString& summary,
-                const QString& body, const QStringList& actions, const QVariantMap& hints, int) {
-        shown.append({replaces, summary, body, actions, hints});
-        return replaces ? replaces : uint(shown.size()) + 40;
-    }
-    void CloseNotification(uint id) { closed.append(id); }
-    void launcherUpdate(const QString&, const QVariantMap& properties) {
-        launcher.append(properties);
-    }
-};
 
 NotificationPayload payload(const QString& body) {
     return {QStringLiteral("sasha"),   QStringLiteral("Sasha Volkov"), QStringLiteral("SV"),
@@ -115,5 +88,3 @@ TEST(DesktopNotifications, TheUnreadCountReachesTheLauncherEntry) {
     EXPECT_TRUE(listener.launcher[0].value(u"count-visible"_qs).toBool());
     EXPECT_FALSE(listener.launcher[1].value(u"count-visible"_qs).toBool());
 }
-
-#include "DesktopNotificationsTest.moc"

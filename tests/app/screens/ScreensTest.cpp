@@ -1,8 +1,11 @@
 #include "../GoogleFixture.h"
+#include "../NotificationServer.h"
+#include "../PrivateBus.h"
 #include "ScreensFixture.h"
 #include "server/JwksFixture.h"
 #include "shell/TrayIcon.h"
 
+#include <QDBusMessage>
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -336,6 +339,52 @@ TEST_F(ScreensRenderTest, AReplyForAChatNotOnScreenRaisesANotificationAndTheUnre
     EXPECT_EQ(controller->model().selectedBotId(), russianId);
     EXPECT_EQ(context->unread(), unreadBefore);
     EXPECT_EQ(context->notifications()->rowCount(), 0);
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest,
+       WithANotificationServerAReplyBecomesADesktopNotificationThatOpensItsChat) {
+    apptest::PrivateBus bus;
+    ASSERT_FALSE(bus.address().isEmpty()) << "dbus-daemon did not start";
+    QDBusConnection desktopSide = bus.connect(QStringLiteral("desktop"));
+    apptest::NotificationServer server;
+    ASSERT_TRUE(desktopSide.registerObject(QStringLiteral("/org/freedesktop/Notifications"),
+                                           &server, QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(desktopSide.registerService(QStringLiteral("org.freedesktop.Notifications")));
+
+    model.setDefault(
+        ModelFixture::reply(QStringLiteral(R"({"message":"Отлично!","remember":""})")));
+    model.hold();
+    seed(seededDocument());
+    AppContext::Desktop desktop;
+    desktop.bus = bus.connect(QStringLiteral("quillo"));
+    ASSERT_NO_FATAL_FAILURE(launch(std::move(desktop)));
+    controller->model().select(russianId);
+    ASSERT_TRUE(context->conversation()->send(QStringLiteral("Всё хорошо")));
+    controller->model().select(spanishId);
+    ASSERT_TRUE(spinUntil([this] { return context->conversation()->botId() == spanishId; }));
+    spinUntil([] { return false; }, 10, 100); // the client's pacing slot passes
+    ASSERT_TRUE(model.waitForHeld(1));
+    model.release();
+
+    ASSERT_TRUE(spinUntil([&server] { return !server.shown.isEmpty(); }, 2000, 100));
+    EXPECT_EQ(server.shown.first().summary, QStringLiteral("Sasha Volkov"));
+    EXPECT_EQ(server.shown.first().body, QStringLiteral("Russian · A2\nОтлично!"));
+    EXPECT_EQ(context->notifications()->rowCount(), 0) << "no card beside the desktop's own";
+
+    // The user clicks it while the window is away.
+    window()->hide();
+    QDBusMessage invoked = QDBusMessage::createSignal(
+        QStringLiteral("/org/freedesktop/Notifications"),
+        QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("ActionInvoked"));
+    invoked << server.lastId << QStringLiteral("default");
+    desktopSide.send(invoked);
+    ASSERT_TRUE(
+        spinUntil([this] { return controller->model().selectedBotId() == russianId; }, 2000));
+    EXPECT_TRUE(spinUntil([this] { return window()->isVisible(); }));
+    // Read now.
+    const int row = context->chats()->rowOf(russianId);
+    EXPECT_EQ(context->chats()->data(context->chats()->index(row), ChatListModel::UnreadRole), 0);
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
 
