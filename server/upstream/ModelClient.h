@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ModelFailure.h"
 #include "common/Result.h"
 #include "config/ServerConfig.h"
 
@@ -7,14 +8,6 @@
 #include <QString>
 
 namespace quillo::server {
-
-// Why the model gave no reply. The service never invents one: each kind maps to a status the
-// app knows to retry (429 busy, 502/503/504 failing, unreachable or slow).
-struct ModelFailure {
-    enum class Kind { Busy, Unreachable, Failed, TimedOut };
-    Kind kind = Kind::Failed;
-    QString detail; // for the log: status and reason, never message text
-};
 
 // Talks to an OpenAI-compatible chat-completions endpoint. Safe to use from many request
 // threads at once (one connection per call).
