@@ -27,6 +27,11 @@ constexpr Variable variables[] = {
     {u"QUILLO_MODEL_KEY", u"(none)", u"API key for the model endpoint"},
     {u"QUILLO_MODEL_JSON_MODE", u"1", u"ask the model for a JSON object (1/0/true/false)"},
     {u"QUILLO_MODEL_TIMEOUT", u"50", u"seconds to wait for one model reply"},
+    {u"QUILLO_TRANSCRIBE_URL", u"(none)",
+     u"base URL of the OpenAI-compatible transcription endpoint; none: no dictation"},
+    {u"QUILLO_TRANSCRIBE_MODEL", u"whisper-1", u"transcription model sent with each recording"},
+    {u"QUILLO_TRANSCRIBE_KEY", u"(none)", u"API key for the transcription endpoint"},
+    {u"QUILLO_TRANSCRIBE_TIMEOUT", u"50", u"seconds to wait for one transcription"},
     {u"QUILLO_DAILY_LIMIT", u"20", u"model replies per account per day"},
     {u"QUILLO_GOOGLE_CLIENT_IDS", u"(none)",
      u"Google OAuth client ids, comma-separated; none: no Google sign-in"},
@@ -204,6 +209,13 @@ ServerConfig::fromEnvironment(const QProcessEnvironment& environment) {
     config.modelKey = reader.text(u"QUILLO_MODEL_KEY");
     reader.flag(u"QUILLO_MODEL_JSON_MODE", config.modelJsonMode);
     reader.number(u"QUILLO_MODEL_TIMEOUT", config.modelTimeoutSeconds, 1, 3600);
+    reader.webUrl(u"QUILLO_TRANSCRIBE_URL", config.transcribeUrl);
+    while (config.transcribeUrl.endsWith(u'/'))
+        config.transcribeUrl.chop(1); // "/audio/transcriptions" is appended
+    if (const QString model = reader.text(u"QUILLO_TRANSCRIBE_MODEL"); !model.isEmpty())
+        config.transcribeModel = model;
+    config.transcribeKey = reader.text(u"QUILLO_TRANSCRIBE_KEY");
+    reader.number(u"QUILLO_TRANSCRIBE_TIMEOUT", config.transcribeTimeoutSeconds, 1, 3600);
     reader.number(u"QUILLO_DAILY_LIMIT", config.dailyLimit, 0, 1'000'000);
     config.googleClientIds = clientIds(reader.text(u"QUILLO_GOOGLE_CLIENT_IDS"));
     reader.webUrl(u"QUILLO_GOOGLE_JWKS_URL", config.googleJwksUrl);

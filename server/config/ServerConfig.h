@@ -18,6 +18,10 @@ struct ServerConfig {
     QString modelKey;                                              // QUILLO_MODEL_KEY
     bool modelJsonMode = true;                                     // QUILLO_MODEL_JSON_MODE
     int modelTimeoutSeconds = 50;                                  // QUILLO_MODEL_TIMEOUT
+    QString transcribeUrl;                                         // QUILLO_TRANSCRIBE_URL
+    QString transcribeModel = QStringLiteral("whisper-1");         // QUILLO_TRANSCRIBE_MODEL
+    QString transcribeKey;                                         // QUILLO_TRANSCRIBE_KEY
+    int transcribeTimeoutSeconds = 50;                             // QUILLO_TRANSCRIBE_TIMEOUT
     int dailyLimit = 20;                                           // QUILLO_DAILY_LIMIT
     QStringList googleClientIds;                                   // QUILLO_GOOGLE_CLIENT_IDS
     QString googleJwksUrl =                                        // QUILLO_GOOGLE_JWKS_URL

@@ -37,6 +37,10 @@ TEST(ServerConfig, DefaultsWhenUnsetOrEmpty) {
     EXPECT_TRUE(config.modelKey.isEmpty());
     EXPECT_TRUE(config.modelJsonMode);
     EXPECT_EQ(config.modelTimeoutSeconds, 50);
+    EXPECT_TRUE(config.transcribeUrl.isEmpty());
+    EXPECT_EQ(config.transcribeModel, u"whisper-1");
+    EXPECT_TRUE(config.transcribeKey.isEmpty());
+    EXPECT_EQ(config.transcribeTimeoutSeconds, 50);
     EXPECT_EQ(config.dailyLimit, 20);
     EXPECT_TRUE(config.googleClientIds.isEmpty());
     EXPECT_EQ(config.googleJwksUrl, u"https://www.googleapis.com/oauth2/v3/certs");
@@ -59,6 +63,10 @@ TEST(ServerConfig, ReadsEveryVariable) {
         {"QUILLO_MODEL_KEY", "sk-test"},
         {"QUILLO_MODEL_JSON_MODE", "FALSE"},
         {"QUILLO_MODEL_TIMEOUT", "120"},
+        {"QUILLO_TRANSCRIBE_URL", "http://127.0.0.1:8081/v1/"},
+        {"QUILLO_TRANSCRIBE_MODEL", "large-v3"},
+        {"QUILLO_TRANSCRIBE_KEY", "sk-speech"},
+        {"QUILLO_TRANSCRIBE_TIMEOUT", "90"},
         {"QUILLO_DAILY_LIMIT", "0"},
         {"QUILLO_GOOGLE_CLIENT_IDS", " a.apps.test , ,b.apps.test,a.apps.test"},
         {"QUILLO_GOOGLE_JWKS_URL", "http://127.0.0.1:9999/certs"},
@@ -76,6 +84,10 @@ TEST(ServerConfig, ReadsEveryVariable) {
     EXPECT_EQ(config.modelKey, u"sk-test");
     EXPECT_FALSE(config.modelJsonMode);
     EXPECT_EQ(config.modelTimeoutSeconds, 120);
+    EXPECT_EQ(config.transcribeUrl, u"http://127.0.0.1:8081/v1");
+    EXPECT_EQ(config.transcribeModel, u"large-v3");
+    EXPECT_EQ(config.transcribeKey, u"sk-speech");
+    EXPECT_EQ(config.transcribeTimeoutSeconds, 90);
     EXPECT_EQ(config.dailyLimit, 0);
     EXPECT_EQ(config.googleClientIds,
               (QStringList{QStringLiteral("a.apps.test"), QStringLiteral("b.apps.test")}));
@@ -112,6 +124,10 @@ TEST(ServerConfig, ABadValueNamesItsVariable) {
         {"QUILLO_MODEL_JSON_MODE", "yes"},
         {"QUILLO_MODEL_TIMEOUT", "0"},
         {"QUILLO_MODEL_TIMEOUT", "50s"},
+        {"QUILLO_TRANSCRIBE_URL", "127.0.0.1:8081/v1"},
+        {"QUILLO_TRANSCRIBE_URL", "file:///tmp/whisper"},
+        {"QUILLO_TRANSCRIBE_TIMEOUT", "0"},
+        {"QUILLO_TRANSCRIBE_TIMEOUT", "3601"},
         {"QUILLO_DAILY_LIMIT", "-1"},
         {"QUILLO_DAILY_LIMIT", "twenty"},
         {"QUILLO_GOOGLE_JWKS_URL", "certs.json"},
@@ -137,11 +153,13 @@ TEST(ServerConfig, ABadValueNamesItsVariable) {
 TEST(ServerConfig, HelpListsEveryVariableInColumns) {
     const QString help = ServerConfig::variablesHelp();
     const char* names[] = {
-        "QUILLO_SERVER_LISTEN",   "QUILLO_DATABASE_URL",    "QUILLO_MODEL_URL",
-        "QUILLO_MODEL_NAME",      "QUILLO_MODEL_KEY",       "QUILLO_MODEL_JSON_MODE",
-        "QUILLO_MODEL_TIMEOUT",   "QUILLO_DAILY_LIMIT",     "QUILLO_GOOGLE_CLIENT_IDS",
-        "QUILLO_GOOGLE_JWKS_URL", "QUILLO_RELEASE_VERSION", "QUILLO_RELEASE_URL",
-        "QUILLO_SERVER_THREADS",  "QUILLO_MAX_BODY_BYTES",  "QUILLO_SESSION_IDLE_DAYS",
+        "QUILLO_SERVER_LISTEN",     "QUILLO_DATABASE_URL",       "QUILLO_MODEL_URL",
+        "QUILLO_MODEL_NAME",        "QUILLO_MODEL_KEY",          "QUILLO_MODEL_JSON_MODE",
+        "QUILLO_MODEL_TIMEOUT",     "QUILLO_TRANSCRIBE_URL",     "QUILLO_TRANSCRIBE_MODEL",
+        "QUILLO_TRANSCRIBE_KEY",    "QUILLO_TRANSCRIBE_TIMEOUT", "QUILLO_DAILY_LIMIT",
+        "QUILLO_GOOGLE_CLIENT_IDS", "QUILLO_GOOGLE_JWKS_URL",    "QUILLO_RELEASE_VERSION",
+        "QUILLO_RELEASE_URL",       "QUILLO_SERVER_THREADS",     "QUILLO_MAX_BODY_BYTES",
+        "QUILLO_SESSION_IDLE_DAYS",
     };
     QStringList rows = help.split(u'\n', Qt::SkipEmptyParts).filter(QStringLiteral("  QUILLO_"));
     ASSERT_EQ(rows.size(), std::size(names)) << help.toStdString();
