@@ -1,8 +1,9 @@
-// What the service reads from strangers: ID tokens, key sets and uploaded state bodies. None of
-// them may crash it, and an accepted upload's document bytes are a span of the body that reads
-// as a JSON object.
+// What the service reads from strangers: ID tokens, key sets, uploaded state bodies and dictated
+// recordings. None of them may crash it, an accepted upload's document bytes are a span of the
+// body that reads as a JSON object, and an accepted recording's samples lie within it.
 #include "auth/Jwks.h"
 #include "auth/Jwt.h"
+#include "http/PcmWav.h"
 #include "http/StateUpload.h"
 
 #include <QJsonDocument>
@@ -30,6 +31,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     if (const auto span = memberSpan(input, QStringLiteral("state"))) {
         if (span->first < 0 || span->first > span->second || span->second > input.size())
+            std::abort();
+    }
+    if (const auto wav = PcmWav::parse(input); wav.ok()) {
+        if (wav->channels < 1 || wav->sampleRate < 1 || wav->dataBytes < 1 ||
+            wav->dataBytes > input.size() - 44)
             std::abort();
     }
     return 0;

@@ -5,6 +5,7 @@
 #include "http/ApiServer.h"
 #include "storage/Storage.h"
 #include "upstream/ModelClient.h"
+#include "upstream/TranscribeClient.h"
 
 #include <QLoggingCategory>
 #include <QProcessEnvironment>
@@ -25,8 +26,9 @@ int serve(const ServerConfig& config, const sigset_t& stopSignals) {
     storage->migrate();
     const SystemClock clock;
     ModelClient model(config);
+    TranscribeClient transcriber(config);
     GoogleIdTokenVerifier verifier(config.googleJwksUrl, config.googleClientIds, clock);
-    ApiServer server(config, *storage, model, verifier, clock);
+    ApiServer server(config, *storage, model, transcriber, verifier, clock);
     if (!server.bind()) {
         printError(QStringLiteral("cannot listen on %1:%2")
                        .arg(config.listenHost, QString::number(config.listenPort)));

@@ -18,6 +18,7 @@ namespace quillo::server {
 class GoogleIdTokenVerifier;
 class ModelClient;
 class Storage;
+class TranscribeClient;
 struct AccountRow;
 
 // Who is calling: the account behind the bearer token, and the token as presented (GET
@@ -33,6 +34,7 @@ struct ApiContext {
     const ServerConfig config;
     Storage& storage;
     ModelClient& model;
+    TranscribeClient& transcriber;
     GoogleIdTokenVerifier& verifier;
     const Clock& clock;
 

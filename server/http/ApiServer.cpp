@@ -13,8 +13,9 @@
 namespace quillo::server {
 
 ApiServer::ApiServer(ServerConfig config, Storage& storage, ModelClient& model,
-                     GoogleIdTokenVerifier& verifier, const Clock& clock)
-    : m_api{std::move(config), storage, model, verifier, clock}
+                     TranscribeClient& transcriber, GoogleIdTokenVerifier& verifier,
+                     const Clock& clock)
+    : m_api{std::move(config), storage, model, transcriber, verifier, clock}
     , m_server(std::make_unique<httplib::Server>())
     , m_router(std::make_unique<Router>(*m_server)) {
     const size_t threads = size_t(std::max(1, m_api.config.threads));
@@ -58,6 +59,7 @@ ApiServer::ApiServer(ServerConfig config, Storage& storage, ModelClient& model,
     addAccountRoutes(*m_router, m_api);
     addStateRoutes(*m_router, m_api);
     addReplyRoutes(*m_router, m_api);
+    addTranscribeRoutes(*m_router, m_api);
     addAppRoutes(*m_router, m_api);
 }
 

@@ -21,7 +21,7 @@ class Router;
 class ApiServer {
 public:
     ApiServer(ServerConfig config, Storage& storage, ModelClient& model,
-              GoogleIdTokenVerifier& verifier, const Clock& clock);
+              TranscribeClient& transcriber, GoogleIdTokenVerifier& verifier, const Clock& clock);
     ~ApiServer();
 
     // Binds the configured address; port 0 takes any free port. False when it cannot.

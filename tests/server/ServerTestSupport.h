@@ -9,6 +9,7 @@
 #include "http/ApiServer.h"
 #include "storage/Storage.h"
 #include "upstream/ModelClient.h"
+#include "upstream/TranscribeClient.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -110,10 +111,11 @@ protected:
 
     void start() {
         m_model = std::make_unique<ModelClient>(config);
+        m_transcriber = std::make_unique<TranscribeClient>(config);
         m_verifier = std::make_unique<GoogleIdTokenVerifier>(config.googleJwksUrl,
                                                              config.googleClientIds, clock);
-        m_server =
-            std::make_unique<ApiServer>(config, servedStorage(), *m_model, *m_verifier, clock);
+        m_server = std::make_unique<ApiServer>(config, servedStorage(), *m_model, *m_transcriber,
+                                               *m_verifier, clock);
         ASSERT_TRUE(m_server->bind());
         m_serving = std::thread([this] { m_server->listen(); });
     }
@@ -184,6 +186,7 @@ protected:
 
 private:
     std::unique_ptr<ModelClient> m_model;
+    std::unique_ptr<TranscribeClient> m_transcriber;
     std::unique_ptr<GoogleIdTokenVerifier> m_verifier;
     std::unique_ptr<ApiServer> m_server;
     std::thread m_serving;
