@@ -116,6 +116,14 @@ Decoded<QuilloSession> decodeSession(const QJsonValue& value) {
     return session;
 }
 
+Decoded<QString> decodeTranscript(const QJsonValue& value) {
+    ObjectReader r(value);
+    const auto text = r.required<QString>(QStringLiteral("text"));
+    if (r.failed())
+        return r.error();
+    return text;
+}
+
 Decoded<qint64> decodeUpdatedAt(const QJsonValue& value) {
     ObjectReader r(value);
     const auto updatedAt = r.required<qint64>(QStringLiteral("updatedAt"));
@@ -150,7 +158,8 @@ QuilloAPI::QuilloAPI(QUrl baseURL, ApiTimeouts timeouts, QObject* parent)
 QuilloAPI::~QuilloAPI() = default;
 
 QCoro::Task<Sent> QuilloAPI::send(Method method, const QString& path, const QString& token,
-                                  std::optional<QByteArray> body) const {
+                                  std::optional<QByteArray> body,
+                                  const QByteArray& contentType) const {
     const QUrl url = m_baseURL.resolved(QUrl(path));
     if (!url.isValid() || url.isRelative())
         return failedAtOnce(ProviderError{std::nullopt, QStringLiteral("Bad path ") + path});
@@ -161,8 +170,7 @@ QCoro::Task<Sent> QuilloAPI::send(Method method, const QString& path, const QStr
     if (!token.isEmpty())
         request.setRawHeader("Authorization", "Bearer " + token.toUtf8());
     if (body)
-        request.setHeader(QNetworkRequest::ContentTypeHeader,
-                          QByteArrayLiteral("application/json"));
+        request.setHeader(QNetworkRequest::ContentTypeHeader, contentType);
     QByteArray verb;
     switch (method) {
     case Method::Get:
@@ -223,6 +231,17 @@ QCoro::Task<ApiResult<qint64>> QuilloAPI::saveState(QString token, QByteArray st
     return decodedAnswer<qint64>(send(Method::Put, QStringLiteral("/v1/state"), token,
                                       stateUploadBody(stateBytes, baseUpdatedAt)),
                                  &decodeUpdatedAt);
+}
+
+QCoro::Task<ApiResult<QString>> QuilloAPI::transcribe(QString token, QByteArray wav,
+                                                      QString languageCode) const {
+    QString path = QStringLiteral("/v1/transcribe");
+    if (!languageCode.isEmpty())
+        path += QStringLiteral("?language=") +
+                QString::fromLatin1(QUrl::toPercentEncoding(languageCode));
+    return decodedAnswer<QString>(
+        send(Method::Post, path, token, std::move(wav), QByteArrayLiteral("audio/wav")),
+        &decodeTranscript);
 }
 
 QByteArray QuilloAPI::stateUploadBody(const QByteArray& stateBytes, qint64 baseUpdatedAt) {

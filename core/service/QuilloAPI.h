@@ -94,6 +94,10 @@ public:
     // The result is the service's new version stamp.
     QCoro::Task<ApiResult<qint64>> saveState(QString token, QByteArray stateBytes,
                                              qint64 baseUpdatedAt) const;
+    // The text of a dictated recording: `wav` is 16-bit PCM WAV, `languageCode` what the user
+    // speaks ("es", "pt-BR"; empty lets the speech model guess). Counts against no allowance.
+    QCoro::Task<ApiResult<QString>> transcribe(QString token, QByteArray wav,
+                                               QString languageCode) const;
 
     // `{"state":<stateBytes>,"baseUpdatedAt":<decimal>}`, assembled without re-encoding.
     static QByteArray stateUploadBody(const QByteArray& stateBytes, qint64 baseUpdatedAt);
@@ -101,9 +105,9 @@ public:
 private:
     enum class Method { Get, Post, Put, Delete };
 
-    QCoro::Task<Result<QByteArray, ProviderError>> send(Method method, const QString& path,
-                                                        const QString& token,
-                                                        std::optional<QByteArray> body) const;
+    QCoro::Task<Result<QByteArray, ProviderError>>
+    send(Method method, const QString& path, const QString& token, std::optional<QByteArray> body,
+         const QByteArray& contentType = QByteArrayLiteral("application/json")) const;
 
     QUrl m_baseURL;
     ApiTimeouts m_timeouts;

@@ -1,5 +1,6 @@
 #include "service/QuilloAPI.h"
 #include "server/ServerTestSupport.h"
+#include "server/TranscribeFixture.h"
 
 #include "common/WaitForResult.h"
 
@@ -128,6 +129,60 @@ TEST_F(QuilloApi, OverallDeadlineAbortsAStuckRequest) {
     EXPECT_TRUE(error->isRetryable());
 }
 
+// Dictation through the real service, which hands the recording to a scripted speech server.
+class QuilloApiDictation : public QuilloApi {
+protected:
+    TranscribeFixture speech;
+
+    void SetUp() override {
+        config.transcribeUrl = speech.url();
+        QuilloApi::SetUp();
+    }
+};
+
+TEST_F(QuilloApiDictation, TranscribesOutsideTheDailyLimit) {
+    speech.answer([](const QByteArray&, const QString& language) {
+        return language.isEmpty() ? QStringLiteral("hello") : QStringLiteral("¿qué tal?");
+    });
+    const QByteArray wav = TranscribeFixture::wav(400);
+    for (int i = 0; i <= config.dailyLimit; ++i) {
+        const auto text = waitForResult(api->transcribe(token, wav, QStringLiteral("es-MX")));
+        ASSERT_TRUE(text.ok()) << text.error().description().toStdString();
+        EXPECT_EQ(*text, u"¿qué tal?");
+    }
+    const auto guessed = waitForResult(api->transcribe(token, wav, {}));
+    ASSERT_TRUE(guessed.ok()) << guessed.error().description().toStdString();
+    EXPECT_EQ(*guessed, u"hello");
+
+    const QList<TranscribeFixture::Request> sent = speech.requests();
+    ASSERT_EQ(sent.size(), config.dailyLimit + 2);
+    EXPECT_EQ(sent.first().audio, wav);
+    EXPECT_EQ(sent.first().language, QStringLiteral("es"));
+    EXPECT_FALSE(sent.last().language.has_value());
+    EXPECT_EQ(waitForResult(api->account(token))->account.repliesToday, 0);
+}
+
+TEST_F(QuilloApiDictation, FailuresKeepTheirStatus) {
+    const QByteArray wav = TranscribeFixture::wav();
+    speech.script({TranscribeFixture::status(429)});
+    const auto busy = waitForResult(api->transcribe(token, wav, QStringLiteral("es")));
+    EXPECT_TRUE(busy.error().hasStatus(429));
+    EXPECT_TRUE(busy.error().isRetryable());
+
+    const auto stranger = waitForResult(api->transcribe(QStringLiteral("bad"), wav, {}));
+    EXPECT_TRUE(stranger.error().hasStatus(401));
+
+    // A percent sign or a space must reach the service as the code it is, and be refused there.
+    for (const QString& code :
+         {QStringLiteral("Spanish"), QStringLiteral("es%20"), QStringLiteral("es MX")}) {
+        const auto refused = waitForResult(api->transcribe(token, wav, code));
+        EXPECT_TRUE(refused.error().hasStatus(400)) << code.toStdString();
+        EXPECT_FALSE(refused.error().isRetryable());
+    }
+    EXPECT_TRUE(waitForResult(api->transcribe(token, "RIFF", {})).error().hasStatus(400));
+    EXPECT_EQ(speech.requests().size(), 1);
+}
+
 TEST(QuilloApiBody, StateUploadIsAssembledAroundTheDocumentsBytes) {
     EXPECT_EQ(QuilloAPI::stateUploadBody("{\"a\":1}", 17),
               "{\"state\":{\"a\":1},\"baseUpdatedAt\":17}");
@@ -146,6 +201,7 @@ public:
         std::optional<std::string> authorization;
         std::optional<std::string> contentType;
         QByteArray body;
+        std::string language;
     };
 
     RecordingPeer(int status, std::string body) {
@@ -183,7 +239,8 @@ private:
         std::lock_guard lock(m_mutex);
         m_requests.append({in.method, in.path, in.get_param_value("since"),
                            in.get_header_value("Accept"), header("Authorization"),
-                           header("Content-Type"), QByteArray::fromStdString(in.body)});
+                           header("Content-Type"), QByteArray::fromStdString(in.body),
+                           in.get_param_value("language")});
     }
 
     httplib::Server m_server;
@@ -240,6 +297,26 @@ TEST(QuilloApiWire, RequestsCarryTheirHeadersAndBodies) {
     EXPECT_EQ(sent[2].body, "{\"reviewCode\":\"CODE-1\"}");
     EXPECT_EQ(sent[5].since, "42");
     EXPECT_EQ(sent[6].body, "{\"state\":{\"a\":1},\"baseUpdatedAt\":17}");
+}
+
+TEST(QuilloApiWire, TranscriptionSendsTheRecordingAsItIs) {
+    const QByteArray wav = TranscribeFixture::wav();
+    for (const char* answer : {"{\"text\":7}", "{\"txt\":\"hola\"}", "hola"}) {
+        RecordingPeer peer(200, answer);
+        const auto text =
+            waitForResult(QuilloAPI(loopback(peer.port()))
+                              .transcribe(QStringLiteral("tok"), wav, QStringLiteral("pt-BR")));
+        EXPECT_TRUE(text.error().decoding()) << answer;
+
+        ASSERT_EQ(peer.requests().size(), 1);
+        const RecordingPeer::Request sent = peer.requests().first();
+        EXPECT_EQ(sent.method, "POST");
+        EXPECT_EQ(sent.path, "/v1/transcribe");
+        EXPECT_EQ(sent.language, "pt-BR");
+        EXPECT_EQ(sent.authorization, std::optional<std::string>("Bearer tok"));
+        EXPECT_EQ(sent.contentType, std::optional<std::string>("audio/wav"));
+        EXPECT_EQ(sent.body, wav);
+    }
 }
 
 TEST(QuilloApiWire, FailuresKeepTheStatusAndBody) {
