@@ -58,6 +58,9 @@ public:
     AppModel& model() { return *m_model; }
     WordHover& wordHover() { return m_wordHover; }
     SelectionTranslation& selectionTranslation() { return m_selectionTranslation; }
+    const QuilloAPI& api() const { return *m_api; }
+    const SessionStore& session() const { return *m_session; }
+    const Clock& clock() const { return m_clock; }
     // A newer release, once the check has found one.
     const std::optional<MacUpdate>& update() const { return m_update; }
 

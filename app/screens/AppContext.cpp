@@ -1,5 +1,6 @@
 #include "AppContext.h"
 
+#include "desktop/MicrophoneSource.h"
 #include "store/AppIdentity.h"
 
 #include <QJSEngine>
@@ -22,8 +23,11 @@ AppContext::AppContext(AppController& controller, Desktop desktop, QObject* pare
     : QObject(parent)
     , m_controller(controller)
     , m_google(googleSignIn(std::move(desktop.openBrowser)))
+    , m_microphone(desktop.microphone ? std::move(desktop.microphone)
+                                      : std::make_shared<MicrophoneSource>())
     , m_chats(controller.repository())
-    , m_conversation(controller.repository(), controller.model())
+    , m_conversation(controller.repository(), controller.model(),
+                     {*m_microphone, controller.api(), controller.session(), controller.clock()})
     , m_account(controller.repository(), m_google.get())
     , m_settings(controller.repository(), m_loginItem)
     , m_appearance(controller.repository()) {

@@ -3,6 +3,7 @@
 #include "desktop/DesktopNotifications.h"
 #include "desktop/GoogleSignIn.h"
 #include "desktop/LoginItem.h"
+#include "dictation/AudioSource.h"
 #include "models/AppController.h"
 #include "models/ChatListModel.h"
 #include "screens/AccountScreen.h"
@@ -55,6 +56,8 @@ public:
         // The session bus's notification server and launcher entry, when there is one.
         std::optional<QDBusConnection> bus;
         DesktopNotifications::AvatarPainter avatar;
+        // What dictation listens to; the default microphone when not given.
+        std::shared_ptr<AudioSource> microphone;
     };
 
     explicit AppContext(AppController& controller, Desktop desktop = {}, QObject* parent = nullptr);
@@ -110,6 +113,7 @@ private:
     AppController& m_controller;
     std::unique_ptr<GoogleSignIn> m_google;
     std::unique_ptr<DesktopNotifications> m_desktopNotifications;
+    std::shared_ptr<AudioSource> m_microphone;
     LoginItem m_loginItem;
     ChatListModel m_chats;
     ConversationScreen m_conversation;

@@ -8,11 +8,12 @@
 namespace quillo {
 
 ConversationScreen::ConversationScreen(ChatRepository& repository, AppModel& selection,
-                                       QObject* parent)
+                                       ComposerDictation::Services dictation, QObject* parent)
     : QObject(parent)
     , m_repository(repository)
     , m_selection(selection)
-    , m_messages(repository) {
+    , m_messages(repository)
+    , m_dictation(dictation, repository) {
     connect(&selection, &AppModel::selectionChanged, this, &ConversationScreen::follow);
     connect(&repository, &ChatRepository::stateChanged, this, &ConversationScreen::contactChanged);
     connect(&repository, &ChatRepository::typingChanged, this, &ConversationScreen::typingChanged);
@@ -24,6 +25,7 @@ void ConversationScreen::follow() {
     if (m_selection.selectedBotId() == m_messages.botId())
         return;
     m_messages.setBotId(m_selection.selectedBotId());
+    m_dictation.setBotId(m_selection.selectedBotId());
     setErrorLine({});
     Q_EMIT contactChanged();
     Q_EMIT typingChanged();

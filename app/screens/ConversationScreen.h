@@ -1,6 +1,7 @@
 #pragma once
 
 #include "models/MessageListModel.h"
+#include "screens/ComposerDictation.h"
 
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
@@ -11,7 +12,8 @@ class AppModel;
 class ChatRepository;
 
 // The open conversation: its contact's header, its messages, whether a reply is being
-// written, the composer's send, and the last error line (shown once, then dismissed).
+// written, the composer's send and dictation, and the last error line (shown once, then
+// dismissed).
 class ConversationScreen : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -28,9 +30,11 @@ class ConversationScreen : public QObject {
     Q_PROPERTY(bool typing READ typing NOTIFY typingChanged)
     Q_PROPERTY(quillo::MessageListModel* messages READ messages CONSTANT)
     Q_PROPERTY(QString errorLine READ errorLine NOTIFY errorLineChanged)
+    Q_PROPERTY(quillo::ComposerDictation* dictation READ dictation CONSTANT)
 
 public:
-    ConversationScreen(ChatRepository& repository, AppModel& selection, QObject* parent = nullptr);
+    ConversationScreen(ChatRepository& repository, AppModel& selection,
+                       ComposerDictation::Services dictation, QObject* parent = nullptr);
 
     const QString& botId() const { return m_messages.botId(); }
     QString name() const;
@@ -42,6 +46,7 @@ public:
     bool typing() const;
     MessageListModel* messages() { return &m_messages; }
     const QString& errorLine() const { return m_errorLine; }
+    ComposerDictation* dictation() { return &m_dictation; }
 
     // Sends the composer's text, trimmed; blank text sends nothing. Gives whether it went.
     Q_INVOKABLE bool send(const QString& text);
@@ -61,6 +66,7 @@ private:
     ChatRepository& m_repository;
     AppModel& m_selection;
     MessageListModel m_messages;
+    ComposerDictation m_dictation;
     QString m_errorLine;
 };
 

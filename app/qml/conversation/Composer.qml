@@ -4,15 +4,56 @@ import QtQuick.Layouts
 import Quillo.App
 import Quillo.Components
 
-// Where the user writes: Enter sends, Shift+Enter starts a new line.
+// Where the user writes: Enter sends, Shift+Enter starts a new line. The microphone turns
+// speech into text for the same field (Ctrl+D starts and finishes, Esc drops it).
 Rectangle {
     id: composer
     property alias text: input.text
     readonly property alias input: input
+    readonly property ComposerDictation dictation: App.conversation.dictation
     signal sent
 
-    implicitHeight: Math.min(160, input.implicitHeight + 2 * Theme.spacing) + Theme.spacing * 2
+    implicitHeight: Math.min(160, (dictation.active ? listening.implicitHeight : input.implicitHeight) + 2 * Theme.spacing) + Theme.spacing * 2 + (problem.visible ? problem.implicitHeight + 4 : 0)
     color: Theme.window
+
+    // The dictated words join what is already typed, at the cursor.
+    function place(words) {
+        const before = input.text.slice(0, input.cursorPosition);
+        const after = input.text.slice(input.cursorPosition);
+        const lead = before.length > 0 && !/\s$/.test(before) ? " " : "";
+        const trail = after.length > 0 && !/^\s/.test(after) ? " " : "";
+        input.text = before + lead + words + trail + after;
+        input.cursorPosition = before.length + lead.length + words.length;
+        input.forceActiveFocus();
+    }
+
+    function toggleDictation() {
+        if (dictation.active)
+            dictation.finish();
+        else
+            dictation.start();
+    }
+
+    Connections {
+        target: composer.dictation
+        function onTranscribed(words) {
+            composer.place(words);
+        }
+    }
+    Shortcut {
+        sequence: "Ctrl+D"
+        onActivated: composer.toggleDictation()
+    }
+    Shortcut {
+        sequence: "Esc"
+        enabled: composer.dictation.active
+        onActivated: composer.dictation.cancel()
+    }
+    Timer {
+        running: composer.dictation.problemLine.length > 0
+        interval: 8000
+        onTriggered: composer.dictation.dismissProblem()
+    }
 
     function send() {
         if (App.conversation.send(input.text)) {
@@ -28,16 +69,42 @@ Rectangle {
         color: Theme.separator
     }
 
+    Label {
+        id: problem
+        objectName: "dictationProblem"
+        anchors.top: parent.top
+        anchors.topMargin: 6
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.leftMargin: Theme.padding
+        anchors.rightMargin: Theme.padding
+        visible: text.length > 0
+        text: composer.dictation.problemLine
+        color: Theme.danger
+        wrapMode: Text.Wrap
+        font.pixelSize: Theme.smallSize
+    }
+
     RowLayout {
         anchors.fill: parent
         anchors.margins: Theme.spacing
+        anchors.topMargin: Theme.spacing + (problem.visible ? problem.implicitHeight + 4 : 0)
         anchors.leftMargin: Theme.padding
         anchors.rightMargin: Theme.padding
         spacing: Theme.spacing
 
+        ListeningBar {
+            id: listening
+            objectName: "listeningBar"
+            Layout.fillWidth: true
+            Layout.alignment: Qt.AlignBottom
+            visible: composer.dictation.active
+            dictation: composer.dictation
+        }
         ScrollView {
             Layout.fillWidth: true
             Layout.fillHeight: true
+            visible: !composer.dictation.active
             TextArea {
                 id: input
                 objectName: "composerInput"
@@ -70,6 +137,33 @@ Rectangle {
                         composer.send();
                 }
             }
+        }
+        ComboBox {
+            id: speechLanguage
+            objectName: "speechLanguage"
+            Layout.alignment: Qt.AlignBottom
+            visible: !composer.dictation.active && composer.dictation.languages.length > 1
+            model: composer.dictation.languages
+            currentIndex: Math.max(0, composer.dictation.languages.indexOf(composer.dictation.language))
+            onActivated: index => composer.dictation.language = composer.dictation.languages[index]
+            implicitContentWidthPolicy: ComboBox.WidestText
+            ToolTip.visible: hovered
+            ToolTip.text: "The language you'll speak"
+        }
+        RoundButton {
+            objectName: "micButton"
+            Layout.alignment: Qt.AlignBottom
+            visible: !composer.dictation.active
+            contentItem: Item {
+                MicrophoneIcon {
+                    anchors.centerIn: parent
+                    color: Theme.text
+                }
+            }
+            enabled: composer.dictation.languages.length > 0
+            onClicked: composer.dictation.start()
+            ToolTip.visible: hovered
+            ToolTip.text: "Talk instead of typing (Ctrl+D)"
         }
         RoundButton {
             objectName: "sendButton"

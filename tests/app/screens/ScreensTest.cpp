@@ -2,7 +2,11 @@
 #include "../NotificationServer.h"
 #include "../PrivateBus.h"
 #include "ScreensFixture.h"
+#include "client/SpokenRecording.h"
+#include "dictation/WavFile.h"
+#include "dictation/WavFileSource.h"
 #include "server/JwksFixture.h"
+#include "server/TranscribeFixture.h"
 #include "shell/TrayIcon.h"
 
 #include <QDBusMessage>
@@ -226,6 +230,58 @@ TEST_F(ScreensRenderTest, TypingInTheComposerEndsWithTheContactsReplyOnScreen) {
     ASSERT_TRUE(spinUntil([this] { return wordItem(QStringLiteral("semana")) != nullptr; }));
     EXPECT_TRUE(wordItem(QStringLiteral("semana"))->isVisible());
     grab(QStringLiteral("conversation-reply"));
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(ScreensRenderTest, SpeakingIntoTheMicrophoneFillsTheComposer) {
+    const dictationtest::SpokenRecording speech(QStringLiteral("es"),
+                                                QStringLiteral("Me gusta mucho la música."));
+    ASSERT_TRUE(speech.problem.isEmpty()) << speech.problem.toStdString();
+    QFile recording(speech.converted);
+    ASSERT_TRUE(recording.open(QIODevice::ReadOnly));
+    const QByteArray samples = wav::decode(recording.readAll()).value();
+    server::TranscribeFixture speechServer;
+    speechServer.answer([&samples](const QByteArray& wav, const QString&) {
+        return wav.size() - 44 < samples.size() ? QStringLiteral("Me gusta")
+                                                : QStringLiteral("Me gusta mucho la música.");
+    });
+    const int servedOn = port();
+    stop();
+    config.listenPort = servedOn;
+    config.transcribeUrl = speechServer.url();
+    start();
+
+    seed(seededDocument());
+    AppContext::Desktop desktop;
+    auto microphone = std::make_shared<WavFileSource>(samples, &appClock);
+    desktop.microphone = microphone;
+    ASSERT_NO_FATAL_FAILURE(launch(std::move(desktop)));
+    controller->model().select(spanishId);
+    QQuickItem* input = nullptr;
+    ASSERT_TRUE(spinUntil([&] { return (input = item(QStringLiteral("composerInput"))); }));
+    input->setProperty("text", QStringLiteral("Mira:"));
+    input->setProperty("cursorPosition", 5);
+    ComposerDictation& dictation = *context->conversation()->dictation();
+    EXPECT_EQ(dictation.language(), QStringLiteral("Spanish")) << "the contact's language first";
+
+    QMetaObject::invokeMethod(item(QStringLiteral("micButton")), "clicked");
+    ASSERT_TRUE(dictation.active());
+    ASSERT_TRUE(spinUntil([this] {
+        const QQuickItem* bar = item(QStringLiteral("listeningBar"));
+        return bar && bar->isVisible();
+    }));
+    EXPECT_EQ(items(QStringLiteral("levelBar")).size(), Dictation::barCount);
+    // Speech plays at its own pace on the app's clock; the first second's words show.
+    ASSERT_TRUE(spinUntil([&] { return !dictation.text().isEmpty(); }, 400, 64));
+    EXPECT_EQ(textOf(item(QStringLiteral("dictationText"))), QStringLiteral("Me gusta"));
+    grab(QStringLiteral("dictation-listening"));
+
+    ASSERT_TRUE(spinUntil([&] { return !microphone->isRunning(); }, 400, 64));
+    QMetaObject::invokeMethod(item(QStringLiteral("finishDictation")), "clicked");
+    ASSERT_TRUE(spinUntil([&] { return !dictation.active(); }, 2000));
+    EXPECT_EQ(textOf(input), QStringLiteral("Mira: Me gusta mucho la música."));
+    EXPECT_EQ(speechServer.requests().last().language, QStringLiteral("es"));
+    grab(QStringLiteral("dictation-done"));
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
 

@@ -1,0 +1,69 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Quillo.App
+import Quillo.Components
+
+// What the composer shows while the user talks: the level meter, the words heard so far, and
+// the ways to end (done keeps the words, the cross drops them).
+Rectangle {
+    id: bar
+    required property ComposerDictation dictation
+
+    radius: 18
+    color: Theme.surface
+    border.color: Theme.accent
+    implicitHeight: Math.max(40, transcript.implicitHeight + 18)
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 12
+        anchors.rightMargin: 6
+        spacing: Theme.spacing
+
+        Row {
+            id: meter
+            objectName: "levelMeter"
+            Layout.alignment: Qt.AlignVCenter
+            spacing: 2
+            Repeater {
+                model: bar.dictation.levels
+                Rectangle {
+                    required property real modelData
+                    objectName: "levelBar"
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: 3
+                    radius: 1.5
+                    height: 3 + modelData * 21
+                    color: Theme.accent
+                    opacity: 0.45 + modelData * 0.55
+                }
+            }
+        }
+        Label {
+            id: transcript
+            objectName: "dictationText"
+            Layout.fillWidth: true
+            text: bar.dictation.text.length > 0 ? bar.dictation.text : bar.dictation.finishing ? "…" : "Listening in " + bar.dictation.language + "…"
+            color: bar.dictation.text.length > 0 ? Theme.text : Theme.faintText
+            wrapMode: Text.Wrap
+            maximumLineCount: 4
+            elide: Text.ElideLeft
+            font.pixelSize: Theme.bodySize + 1
+        }
+        ToolButton {
+            objectName: "cancelDictation"
+            text: "✕"
+            onClicked: bar.dictation.cancel()
+            ToolTip.visible: hovered
+            ToolTip.text: "Stop without keeping the words (Esc)"
+        }
+        Button {
+            objectName: "finishDictation"
+            text: "Done"
+            highlighted: true
+            enabled: !bar.dictation.finishing
+            onClicked: bar.dictation.finish()
+        }
+    }
+}
