@@ -33,6 +33,11 @@ public:
         m_server.waitForFinished(30000);
     }
 
+    // A setting of the service's own, before start().
+    void setEnvironment(const QString& name, const QString& value) {
+        m_environment.insert(name, value);
+    }
+
     // Starts serving; returns once the service listens.
     void start() {
         m_server.setProcessEnvironment(m_environment);

@@ -26,5 +26,6 @@ int wordsCommand(const QStringList& arguments);
 int segmentsCommand(const QStringList& arguments);
 int romanizeCommand(const QStringList& arguments);
 int translateCommand(const QStringList& arguments);
+int dictateCommand(const QStringList& arguments);
 
 } // namespace quillo::tool
