@@ -26,31 +26,38 @@ ComposerDictation::ComposerDictation(Services services, ChatRepository& reposito
 QStringList ComposerDictation::languages() const {
     const StoredState& state = m_repository.state();
     QStringList offered;
+    // The chosen one stays on offer even when no longer practised.
     const auto offer = [&offered](const QString& language) {
         if (!language.isEmpty() && !offered.contains(language))
             offered.append(language);
     };
-    if (const auto bot = state.bot(m_botId); bot && !bot->isAnyLanguage())
-        offer(bot->currentLanguage());
+    offer(state.speechLanguage);
+    offer(contactLanguage());
     for (const LanguageSettings& practised : state.profile.languages)
         offer(practised.language);
     offer(state.profile.nativeLanguage);
     return offered;
 }
 
+QString ComposerDictation::contactLanguage() const {
+    const auto bot = m_repository.state().bot(m_botId);
+    return bot && !bot->isAnyLanguage() ? bot->currentLanguage() : QString();
+}
+
 QString ComposerDictation::language() const {
-    const QStringList offered = languages();
-    const QString chosen = m_chosen.value(m_botId);
-    if (offered.contains(chosen))
+    const QString chosen = m_repository.state().speechLanguage;
+    if (!chosen.isEmpty())
         return chosen;
+    const QString followed = contactLanguage();
+    if (!followed.isEmpty())
+        return followed;
+    const QStringList offered = languages();
     return offered.isEmpty() ? QString() : offered.first();
 }
 
 void ComposerDictation::setLanguage(const QString& language) {
-    if (language == this->language())
-        return;
-    m_chosen.insert(m_botId, language);
-    Q_EMIT languageChanged();
+    // Picking the conversation's own language goes back to following each conversation.
+    m_repository.setSpeechLanguage(language == contactLanguage() ? QString() : language);
 }
 
 void ComposerDictation::setBotId(const QString& botId) {

@@ -3,7 +3,6 @@
 #include "dictation/Dictation.h"
 #include "dictation/ServiceRecognizer.h"
 
-#include <QHash>
 #include <QObject>
 #include <QStringList>
 #include <QtQml/qqmlregistration.h>
@@ -16,9 +15,10 @@ class Clock;
 class QuilloAPI;
 class SessionStore;
 
-// The composer's microphone: dictation in a language picked beside the button (the contact's
-// own at first, remembered per contact while the app runs), the listening bar's transcript and
-// bars, and the finished text handed to the composer.
+// The composer's microphone: dictation in the language picked beside the button (the
+// conversation's own unless the user chose another, which the document keeps for every
+// conversation), the listening bar's transcript and bars, and the finished text handed to the
+// composer.
 class ComposerDictation : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -72,6 +72,7 @@ Q_SIGNALS:
     void transcribed(const QString& text);
 
 private:
+    QString contactLanguage() const;
     void setFinishing(bool finishing);
     void setProblemLine(const QString& line);
 
@@ -79,7 +80,6 @@ private:
     ServiceRecognizer m_recognizer;
     Dictation m_dictation;
     QString m_botId;
-    QHash<QString, QString> m_chosen; // contact -> speech language
     bool m_finishing = false;
     QString m_problemLine;
 };

@@ -1,6 +1,8 @@
 #include "AppModelsFixture.h"
 #include "desktop/LoginItem.h"
+#include "dictation/WavFileSource.h"
 #include "screens/Appearance.h"
+#include "screens/ComposerDictation.h"
 #include "screens/ContactDraft.h"
 #include "screens/NotificationCards.h"
 #include "screens/ProfileSettings.h"
@@ -186,6 +188,40 @@ TEST_F(ScreenAdaptersTest, AutomaticFollowsTheDesktopsSchemeAndAChoiceOverridesI
     EXPECT_TRUE(appearance.dark());
     repository->setTheme(ThemeChoice::System);
     EXPECT_FALSE(appearance.dark()) << "the desktop prefers light now";
+}
+
+TEST_F(ScreenAdaptersTest, DictationFollowsTheConversationUntilTheUserPicksALanguage) {
+    openWithTwoContacts();
+    WavFileSource silence(QByteArray(4096, '\0'));
+    ComposerDictation dictation({silence, api, *session, clock}, *repository);
+    dictation.setBotId(QStringLiteral("yui"));
+    EXPECT_EQ(dictation.languages().first(), QStringLiteral("Japanese"));
+    EXPECT_TRUE(dictation.languages().contains(QStringLiteral("Spanish")));
+    EXPECT_EQ(dictation.language(), QStringLiteral("Japanese"));
+    dictation.setBotId(QStringLiteral("lucia"));
+    EXPECT_EQ(dictation.language(), QStringLiteral("Spanish"));
+
+    // A choice holds for every conversation, and travels with the document.
+    dictation.setLanguage(QStringLiteral("Japanese"));
+    EXPECT_EQ(repository->state().speechLanguage, QStringLiteral("Japanese"));
+    EXPECT_EQ(dictation.language(), QStringLiteral("Japanese"));
+    dictation.setBotId(QStringLiteral("yui"));
+    // Picking the conversation's own language follows conversations again.
+    dictation.setLanguage(QStringLiteral("Japanese"));
+    EXPECT_EQ(repository->state().speechLanguage, QString());
+    dictation.setBotId(QStringLiteral("lucia"));
+    EXPECT_EQ(dictation.language(), QStringLiteral("Spanish"));
+    dictation.setLanguage(QStringLiteral("Japanese"));
+
+    // Signed out here: the service cannot listen, and the composer says so in one line.
+    QSignalSpy transcribed(&dictation, &ComposerDictation::transcribed);
+    dictation.start();
+    EXPECT_FALSE(dictation.active());
+    EXPECT_EQ(dictation.problemLine(),
+              QStringLiteral("This computer can't listen in Japanese right now."));
+    EXPECT_EQ(transcribed.count(), 0) << "nothing was heard";
+    dictation.setBotId(QStringLiteral("yui"));
+    EXPECT_EQ(dictation.problemLine(), QString()) << "another chat starts clean";
 }
 
 TEST(NotificationCards, NewestFirstOneCardPerContactAndOnlyAFew) {
