@@ -28,7 +28,10 @@ QString describe(QAudio::Error error) {
 } // namespace
 
 MicrophoneSource::MicrophoneSource(QObject* parent)
-    : QObject(parent) {}
+    : QObject(parent) {
+    m_poll.setInterval(20);
+    connect(&m_poll, &QTimer::timeout, this, &MicrophoneSource::readAvailable);
+}
 
 MicrophoneSource::~MicrophoneSource() {
     stop();
@@ -61,6 +64,9 @@ std::optional<QString> MicrophoneSource::start(Tap tap) {
         return why;
     }
     connect(m_device, &QIODevice::readyRead, this, &MicrophoneSource::readAvailable);
+    // The sound server's stream can sit on a second or more of audio before it says so; asking
+    // often keeps the meter and the running words in step with the speaker.
+    m_poll.start();
     return std::nullopt;
 }
 
@@ -78,6 +84,7 @@ void MicrophoneSource::readAvailable() {
 }
 
 void MicrophoneSource::stop() {
+    m_poll.stop();
     if (m_audio)
         m_audio->stop();
     m_device = nullptr;

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QObject>
+#include <QTimer>
 
 #include <memory>
 
@@ -31,6 +32,7 @@ private:
 
     std::unique_ptr<QAudioSource> m_audio;
     QIODevice* m_device = nullptr;
+    QTimer m_poll;
     QByteArray m_pending;
     Tap m_tap;
 };
