@@ -1,11 +1,12 @@
 #include "ModelFixture.h"
 
+#include "HeldGate.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 
 #include <httplib.h>
 
-#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <thread>
@@ -18,11 +19,9 @@ struct ModelFixture::State {
     int port = 0;
 
     mutable std::mutex mutex;
-    mutable std::condition_variable changed;
     std::deque<Answer> scripted;
     Answer fallback = reply(QStringLiteral("{\"message\":\"Hola\",\"remember\":[]}"));
-    bool holding = false;
-    int held = 0;
+    HeldGate gate;
     QList<QJsonObject> requests;
     QList<QByteArray> authorizations;
     int modelsRequests = 0;
@@ -31,12 +30,9 @@ struct ModelFixture::State {
         std::unique_lock lock(mutex);
         requests.append(QJsonDocument::fromJson(QByteArray::fromStdString(request.body)).object());
         authorizations.append(QByteArray::fromStdString(request.get_header_value("Authorization")));
-        if (holding) {
-            ++held;
-            changed.notify_all();
-            changed.wait(lock, [this] { return !holding; });
-            --held;
-        }
+        lock.unlock();
+        gate.pass();
+        lock.lock();
         Answer answer = fallback;
         if (!scripted.empty()) {
             answer = scripted.front();
@@ -111,22 +107,15 @@ void ModelFixture::setDefault(const Answer& answer) {
 }
 
 void ModelFixture::hold() {
-    std::lock_guard lock(m_state->mutex);
-    m_state->holding = true;
+    m_state->gate.hold();
 }
 
 void ModelFixture::release() {
-    {
-        std::lock_guard lock(m_state->mutex);
-        m_state->holding = false;
-    }
-    m_state->changed.notify_all();
+    m_state->gate.release();
 }
 
 bool ModelFixture::waitForHeld(int count) const {
-    std::unique_lock lock(m_state->mutex);
-    return m_state->changed.wait_for(lock, std::chrono::seconds(10),
-                                     [&] { return m_state->held >= count; });
+    return m_state->gate.waitForHeld(count);
 }
 
 QList<QJsonObject> ModelFixture::requests() const {

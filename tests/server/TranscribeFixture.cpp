@@ -1,5 +1,7 @@
 #include "TranscribeFixture.h"
 
+#include "HeldGate.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QtEndian>
@@ -7,7 +9,6 @@
 #include <httplib.h>
 
 #include <cmath>
-#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <numbers>
@@ -21,12 +22,10 @@ struct TranscribeFixture::State {
     int port = 0;
 
     mutable std::mutex mutex;
-    mutable std::condition_variable changed;
     std::deque<Answer> scripted;
     Answer fallback = text(QStringLiteral("hola"));
     Transcriber transcriber;
-    bool holding = false;
-    int held = 0;
+    HeldGate gate;
     QList<Request> requests;
 
     static QString field(const httplib::Request& request, const char* name) {
@@ -47,12 +46,9 @@ struct TranscribeFixture::State {
 
         std::unique_lock lock(mutex);
         requests.append(received);
-        if (holding) {
-            ++held;
-            changed.notify_all();
-            changed.wait(lock, [this] { return !holding; });
-            --held;
-        }
+        lock.unlock();
+        gate.pass();
+        lock.lock();
         Answer answer = fallback;
         Transcriber transcribing;
         if (!request.has_file("file")) {
@@ -149,22 +145,15 @@ void TranscribeFixture::answer(Transcriber transcriber) {
 }
 
 void TranscribeFixture::hold() {
-    std::lock_guard lock(m_state->mutex);
-    m_state->holding = true;
+    m_state->gate.hold();
 }
 
 void TranscribeFixture::release() {
-    {
-        std::lock_guard lock(m_state->mutex);
-        m_state->holding = false;
-    }
-    m_state->changed.notify_all();
+    m_state->gate.release();
 }
 
 bool TranscribeFixture::waitForHeld(int count) const {
-    std::unique_lock lock(m_state->mutex);
-    return m_state->changed.wait_for(lock, std::chrono::seconds(10),
-                                     [&] { return m_state->held >= count; });
+    return m_state->gate.waitForHeld(count);
 }
 
 QList<TranscribeFixture::Request> TranscribeFixture::requests() const {
