@@ -126,9 +126,13 @@ private:
             co_return;
         }
         qCInfo(logRecognizer) << "transcription failed:" << heard.error().description();
-        // A missed partial result is made up by the next one; a missed final one ends it.
+        // A missed partial result is made up by the next one, unless asking again cannot help
+        // (no speech model behind the service, a refused session): then the recognition ends
+        // at once rather than when the user finishes. A missed final one ends it too.
         if (final)
             self->deliver({QString(), false, true}, true);
+        else if (!heard.error().isRetryable() || heard.error().hasStatus(503))
+            self->partialFailedForGood();
         else
             self->partialMissed();
     }
@@ -136,6 +140,18 @@ private:
     void partialMissed() {
         QMutexLocker locker(&m_lock);
         m_partialInFlight = false;
+    }
+
+    // Once the user has finished, the final answer decides instead.
+    void partialFailedForGood() {
+        {
+            QMutexLocker locker(&m_lock);
+            m_partialInFlight = false;
+            if (m_cancelled || m_ended)
+                return;
+            m_cancelled = true;
+        }
+        m_handler({QString(), false, true});
     }
 
     const QuilloAPI& m_api;

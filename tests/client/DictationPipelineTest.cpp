@@ -153,3 +153,27 @@ TEST_F(DictationThroughTheService, AFailedFinalTranscriptionIsSaidAndKeepsNothin
     EXPECT_EQ(problems,
               QStringList{QStringLiteral("This computer can't listen in Spanish right now.")});
 }
+
+TEST_F(DictationThroughTheService, WithoutASpeechModelListeningStopsAtTheFirstAnswerAndSaysSo) {
+    const int servedOn = port();
+    stop();
+    config.transcribeUrl.clear();
+    config.listenPort = servedOn;
+    start();
+    WavFileSource microphone(QByteArray(16'000 * 2 * 3, '\x20'), &clock);
+    ServiceRecognizer recognizer(*api, [this] { return std::optional<QString>(token); });
+    Dictation dictation(microphone, recognizer, clock);
+    QStringList problems;
+    dictation.onProblem = [&problems](const QString& line) { problems.append(line); };
+    dictation.start(QStringLiteral("Spanish"));
+    ASSERT_TRUE(spinUntil([&] {
+        if (microphone.isRunning() && problems.isEmpty() &&
+            microphone.framesPlayed() < ServiceRecognizer::partialEveryFrames)
+            clock.advance(64);
+        return !problems.isEmpty();
+    }));
+    EXPECT_EQ(problems,
+              QStringList{QStringLiteral("This computer can't listen in Spanish right now.")});
+    EXPECT_FALSE(dictation.active());
+    EXPECT_FALSE(microphone.isRunning()) << "the microphone is let go";
+}
