@@ -1,4 +1,5 @@
 #include "SpokenRecording.h"
+#include "app/EventsUntil.h"
 #include "common/Clock.h"
 #include "dictation/Dictation.h"
 #include "dictation/ServiceRecognizer.h"
@@ -9,7 +10,6 @@
 #include "service/QuilloAPI.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 
 #include <cmath>
@@ -17,6 +17,7 @@
 using namespace quillo;
 using namespace quillo::server;
 using namespace quillo::server::apitest;
+using quillo::apptest::eventsUntil;
 using quillo::dictationtest::SpokenRecording;
 
 namespace {
@@ -26,15 +27,6 @@ const QString sentence = QStringLiteral("Hola, ¿qué tal? Me llamo Ana y vivo e
 QByteArray readFile(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-// Turns the event loop until `done`, for answers that cross loopback; at most ten seconds.
-bool spinUntil(const std::function<bool()>& done) {
-    QElapsedTimer waited;
-    waited.start();
-    while (!done() && waited.elapsed() < 10'000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    return done();
 }
 
 } // namespace
@@ -106,7 +98,7 @@ TEST_F(DictationThroughTheService, SpokenSpanishComesBackAsTheFinalTranscript) {
     ASSERT_TRUE(dictation.active());
     // Time moves only while no partial result is on its way (one goes for every second of
     // speech), as for a user talking slower than the service answers.
-    ASSERT_TRUE(spinUntil([&] {
+    ASSERT_TRUE(eventsUntil([&] {
         const qsizetype partialsSent =
             microphone.framesPlayed() / ServiceRecognizer::partialEveryFrames;
         if (shown.size() >= partialsSent && microphone.isRunning())
@@ -141,7 +133,7 @@ TEST_F(DictationThroughTheService, AFailedFinalTranscriptionIsSaidAndKeepsNothin
         dictation.finish([&delivered](const QString& text) { delivered = text; });
     });
     dictation.start(QStringLiteral("Spanish"));
-    ASSERT_TRUE(spinUntil([&] { return delivered.has_value(); }));
+    ASSERT_TRUE(eventsUntil([&] { return delivered.has_value(); }));
     EXPECT_EQ(*delivered, QString()) << "nothing was heard";
     EXPECT_TRUE(problems.isEmpty()) << "the user had finished; the empty text says enough";
 
@@ -166,7 +158,7 @@ TEST_F(DictationThroughTheService, WithoutASpeechModelListeningStopsAtTheFirstAn
     QStringList problems;
     dictation.onProblem = [&problems](const QString& line) { problems.append(line); };
     dictation.start(QStringLiteral("Spanish"));
-    ASSERT_TRUE(spinUntil([&] {
+    ASSERT_TRUE(eventsUntil([&] {
         if (microphone.isRunning() && problems.isEmpty() &&
             microphone.framesPlayed() < ServiceRecognizer::partialEveryFrames)
             clock.advance(64);
