@@ -62,19 +62,15 @@ void Dictation::listen(const QString& language) {
         Q_EMIT languageChanged();
     }
     const std::optional<QLocale> locale = speechLocale(language, m_recognizer.supportedLocales());
-    if (!locale || !m_recognizer.isAvailable(*locale)) {
-        report(cannotListenLine(language));
-        stop();
-        return;
-    }
     const int round = ++m_round;
     const QString committed = m_committed;
     const QPointer<Dictation> self(this);
-    m_task = m_recognizer.recognize(
-        *locale, [self, round, committed, language](const RecognitionResult& result) {
-            if (self)
-                self->handle(result, round, committed, language);
-        });
+    if (locale && m_recognizer.isAvailable(*locale))
+        m_task = m_recognizer.recognize(
+            *locale, [self, round, committed, language](const RecognitionResult& result) {
+                if (self)
+                    self->handle(result, round, committed, language);
+            });
     if (!m_task) {
         report(cannotListenLine(language));
         stop();
