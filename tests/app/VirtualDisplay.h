@@ -1,37 +1,35 @@
 #pragma once
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 
 namespace quillo::apptest {
 
-// An X server of the test's own, on the first free display number from :90.
+// An X server of the test's own. Xvfb picks a free display itself and names it once it takes
+// connections: tests starting side by side (ctest -j) never race for one number.
 class VirtualDisplay {
 public:
     VirtualDisplay() {
-        int number = 90;
-        while (QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(number)) ||
-               QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(number)))
-            ++number;
-        m_name = QStringLiteral(":%1").arg(number);
-        m_server.start(QStringLiteral("Xvfb"), {m_name, QStringLiteral("-nolisten"),
-                                                QStringLiteral("tcp"), QStringLiteral("-screen"),
-                                                QStringLiteral("0"), QStringLiteral("640x480x24")});
+        m_server.start(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"),
+                                                QStringLiteral("-nolisten"), QStringLiteral("tcp"),
+                                                QStringLiteral("-screen"), QStringLiteral("0"),
+                                                QStringLiteral("640x480x24")});
+        QByteArray number;
         QElapsedTimer waited;
         waited.start();
-        const QString socket = QStringLiteral("/tmp/.X11-unix/X%1").arg(number);
-        while (m_server.state() != QProcess::NotRunning && !QFile::exists(socket) &&
-               waited.elapsed() < 10'000)
-            m_server.waitForFinished(20);
+        while (!number.contains('\n') && waited.elapsed() < 10'000 &&
+               m_server.waitForReadyRead(int(10'000 - waited.elapsed())))
+            number += m_server.readAllStandardOutput();
+        if (number.contains('\n'))
+            m_name = u':' + QString::fromLatin1(number.trimmed());
     }
     ~VirtualDisplay() {
         m_server.terminate();
         m_server.waitForFinished(5000);
     }
-    bool running() const { return m_server.state() == QProcess::Running; }
+    bool running() const { return !m_name.isEmpty() && m_server.state() == QProcess::Running; }
     const QString& name() const { return m_name; }
 
     // What a user's keyboard does: a key press the server delivers to whoever grabbed it.
