@@ -61,6 +61,17 @@ void upload(const ApiContext& api, const httplib::Request& request, httplib::Res
     if (!upload)
         return sendError(response, 400, upload.error());
 
+    // No screen turns a finished setup back into an unfinished one; an upload that does is a
+    // device whose document started afresh and that does not know it. Refused as stale, so that
+    // it downloads and merges instead of replacing the account's chats.
+    if (!upload->setupCompleted) {
+        const auto current = api.storage.document(caller->accountId);
+        if (current && setupCompletedIn(current->bytes)) {
+            return sendJson(response, 409,
+                            {{QStringLiteral("error"), QStringLiteral("would undo the setup")},
+                             {QStringLiteral("updatedAt"), current->updatedAt}});
+        }
+    }
     const PutResult put = api.storage.putDocument(caller->accountId, upload->stateBytes,
                                                   upload->baseUpdatedAt, api.now());
     if (!put.stored) {

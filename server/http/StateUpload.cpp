@@ -151,7 +151,17 @@ Result<StateUpload, QString> StateUpload::parse(const QByteArray& body) {
     if (!decoded)
         return decoded.error().inField(QStringLiteral("state")).message();
 
-    return StateUpload{body.mid(span->first, span->second - span->first), *baseUpdatedAt};
+    return StateUpload{body.mid(span->first, span->second - span->first), *baseUpdatedAt,
+                       decoded->profile.setupCompleted};
+}
+
+bool setupCompletedIn(const QByteArray& document) {
+    const auto span = memberSpan(document, QStringLiteral("profile"));
+    if (!span)
+        return false;
+    const QJsonDocument profile =
+        QJsonDocument::fromJson(document.mid(span->first, span->second - span->first));
+    return profile.object().value(u"setupCompleted").toBool();
 }
 
 } // namespace quillo::server

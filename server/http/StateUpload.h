@@ -16,11 +16,16 @@ namespace quillo::server {
 struct StateUpload {
     QByteArray stateBytes;
     qint64 baseUpdatedAt = 0;
+    bool setupCompleted = false; // the uploaded profile's
 
     // The upload in `body`, or why it is refused (a 400). A document that does not decode is
     // refused with the decoder's field path, which names fields and never quotes their text.
     static Result<StateUpload, QString> parse(const QByteArray& body);
 };
+
+// Whether a stored document's profile says the user finished setting up. Reads only the profile,
+// however long the chats are; anything unreadable reads as not set up.
+bool setupCompletedIn(const QByteArray& document);
 
 // Where the value of the top-level member `key` of a JSON object lies in `json`: [begin, end)
 // byte offsets. Nothing when the object has no such member, or has it more than once (which

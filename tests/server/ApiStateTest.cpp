@@ -75,6 +75,30 @@ TEST_F(ApiState, StaleBaseIsRefusedWithTheCurrentStamp) {
     EXPECT_TRUE(download(0).body.contains("\"DARK\""));
 }
 
+TEST_F(ApiState, AFinishedSetupIsNeverUndoneByAnUpload) {
+    const QByteArray notSetUp = "{\"profile\":{\"displayName\":\"Ana\"},\"bots\":[]}";
+    const QByteArray setUp = "{\"speechLanguage\":\"]} {\\\"profile\\\":1\",\"messages\":[],"
+                             "\"profile\":{\"setupCompleted\":true}}";
+    // Not set up over not set up, then set up: both fine.
+    qint64 stamp = upload(notSetUp, 0).json.value(u"updatedAt").toInteger();
+    const Answer finished = upload(setUp, stamp);
+    ASSERT_EQ(finished.status, 200);
+    stamp = finished.json.value(u"updatedAt").toInteger();
+
+    // Back to not set up, even from the current base: refused like a stale one, nothing stored.
+    const Answer undone = upload(notSetUp, stamp);
+    EXPECT_EQ(undone.status, 409);
+    EXPECT_EQ(undone.json.value(u"error").toString(), u"would undo the setup");
+    EXPECT_EQ(undone.json.value(u"updatedAt").toInteger(), stamp);
+    EXPECT_EQ(download(0).json.value(u"updatedAt").toInteger(), stamp);
+    EXPECT_EQ(upload(setUp, stamp).status, 200);
+
+    EXPECT_TRUE(setupCompletedIn(setUp));
+    EXPECT_FALSE(setupCompletedIn(notSetUp));
+    EXPECT_FALSE(setupCompletedIn("{\"profile\":{\"setupCompleted\":\"yes\"}}"));
+    EXPECT_FALSE(setupCompletedIn("not json"));
+}
+
 TEST_F(ApiState, RefusesUploadsThatAreNotADocument) {
     const struct {
         QByteArray body;
