@@ -6,6 +6,9 @@
 #include <QHash>
 #include <QSet>
 
+#include <functional>
+#include <optional>
+
 // How a downloaded document is merged into this device's one when we also know the base: the
 // account's document as this device and the service last agreed on it. With the base a merge
 // can tell a removal from an addition and an edit from an untouched copy, so what only one side
@@ -15,10 +18,11 @@
 // - bots, by id: a contact on both sides takes the side that changed it, the downloaded one
 //   when both did. A contact only one side has stays when the base lacks it (it was added
 //   there); goes when the base has it unchanged (the other side removed it); stays when it
-//   changed since the base (an edit beats a removal the editor had not yet seen). Downloaded
-//   order first, then the local contacts that stay, in local order. When this device changed
-//   no contact the result is the downloaded list as it is, and when the service changed none
-//   it is the local list: that is what makes two devices settle on one list.
+//   changed since the base (an edit beats a removal the editor had not yet seen), and new
+//   messages with it count as such an edit: a chat that went on elsewhere comes back whole.
+//   Downloaded order first, then the local contacts that stay, in local order. When this device
+//   changed no contact the result is the downloaded list as it is, and when the service changed
+//   none it is the local list: that is what makes two devices settle on one list.
 // - messages: when one side changed neither its contacts nor its messages, the other side's list
 //   as it is (the downloaded one carrying this device's glosses where the text is the same);
 //   else united by id as `adopting` does, so nothing written on either side is lost. Either way
@@ -62,10 +66,19 @@ QHash<QString, T> firstByKey(const QList<T>& entries, KeyOf keyOf) {
     return byKey;
 }
 
-// A keyed list merged entry by entry; the top of the file has the rules.
+// Whether a side did more with an entry than its own value shows (wrote to a contact).
+using Touched = std::function<bool(const QString& key)>;
+
+bool untouched(const QString&) {
+    return false;
+}
+
+// A keyed list merged entry by entry; the top of the file has the rules. An entry that only one
+// side has and that side touched counts as changed there.
 template <typename T, typename KeyOf>
 QList<T> mergedEntries(const QList<T>& local, const QList<T>& base, const QList<T>& downloaded,
-                       KeyOf keyOf) {
+                       KeyOf keyOf, const Touched& touchedLocally = untouched,
+                       const Touched& touchedElsewhere = untouched) {
     if (local == base)
         return downloaded;
     if (downloaded == base)
@@ -88,7 +101,7 @@ QList<T> mergedEntries(const QList<T>& local, const QList<T>& base, const QList<
         const auto kept = mine.constFind(key);
         if (kept != mine.constEnd())
             merged.append(changed(key, entry) ? entry : *kept);
-        else if (changed(key, entry))
+        else if (changed(key, entry) || touchedElsewhere(key))
             merged.append(entry);
     }
     for (const T& entry : local) {
@@ -96,11 +109,42 @@ QList<T> mergedEntries(const QList<T>& local, const QList<T>& base, const QList<
         if (placed.contains(key))
             continue;
         placed.insert(key);
-        if (changed(key, entry))
+        if (changed(key, entry) || touchedLocally(key))
             merged.append(entry);
     }
     return merged;
 }
+
+// The contacts that `side` wrote new messages with since the base, worked out on first use: most
+// merges never ask.
+class NewMessages {
+public:
+    NewMessages(const MessageList& base, const MessageList& side)
+        : m_base(base)
+        , m_side(side) {}
+
+    bool with(const QString& botId) {
+        if (!m_contacts) {
+            m_contacts.emplace();
+            if (m_side != m_base) {
+                QSet<QString> known;
+                known.reserve(m_base.size());
+                for (const ChatMessage& message : m_base)
+                    known.insert(message.id);
+                for (const ChatMessage& message : m_side) {
+                    if (!known.contains(message.id))
+                        m_contacts->insert(message.botId);
+                }
+            }
+        }
+        return m_contacts->contains(botId);
+    }
+
+private:
+    const MessageList& m_base;
+    const MessageList& m_side;
+    std::optional<QSet<QString>> m_contacts;
+};
 
 UserProfile withoutLanguages(UserProfile profile) {
     profile.languages.clear();
@@ -176,8 +220,12 @@ QMap<QString, qint64> mergedMarks(const QSet<QString>& contactIds, const StoredS
 
 StoredState StoredState::merging(const StoredState& base, const StoredState& downloaded) const {
     StoredState merged = *this;
-    merged.bots = mergedEntries(bots, base.bots, downloaded.bots,
-                                [](const BotProfile& contact) { return contact.id; });
+    NewMessages writtenHere(base.messages, messages);
+    NewMessages writtenElsewhere(base.messages, downloaded.messages);
+    merged.bots = mergedEntries(
+        bots, base.bots, downloaded.bots, [](const BotProfile& contact) { return contact.id; },
+        [&writtenHere](const QString& id) { return writtenHere.with(id); },
+        [&writtenElsewhere](const QString& id) { return writtenElsewhere.with(id); });
     merged.profile = mergedProfile(profile, base.profile, downloaded.profile);
     merged.wordTranslations =
         threeWay(wordTranslations, base.wordTranslations, downloaded.wordTranslations);

@@ -56,9 +56,11 @@ TEST(ThreeWayMerge, ARemovalOnEitherSideSticksWithItsMessages) {
     local.messages.append(message(QStringLiteral("a2"), 40, QStringLiteral("a")));
     local.nextNudgeAt = {{QStringLiteral("b"), 99}};
     StoredState downloaded = removing(base(), QStringLiteral("b"));
-    // The other side wrote to "c" too, but this device removed it untouched.
-    downloaded.messages.append(message(QStringLiteral("c2"), 50, QStringLiteral("c")));
-    local = removing(local, QStringLiteral("c"));
+    downloaded = removing(downloaded, QStringLiteral("c"));
+    // A glossed copy of b's message is no new message: the removal still sticks.
+    QList<ChatMessage> glossed = local.messages.toList();
+    glossed[1].words = {{QStringLiteral("text"), QStringLiteral("texto")}};
+    local.messages = MessageList::fromList(glossed);
 
     const StoredState merged = local.merging(base(), downloaded);
     EXPECT_EQ(ids(merged.bots), split("a"));
@@ -66,6 +68,23 @@ TEST(ThreeWayMerge, ARemovalOnEitherSideSticksWithItsMessages) {
     EXPECT_EQ(merged.lastReadAt.keys(), split("a"));
     EXPECT_TRUE(merged.nextNudgeAt.isEmpty());
     EXPECT_EQ(merged.profile.languages.size(), 1);
+}
+
+TEST(ThreeWayMerge, NewMessagesToARemovedContactBringItBackWithTheWholeChat) {
+    // Written to "c" elsewhere while this device removed it; written to "b" here while the other
+    // device removed it. Neither remover had seen those messages.
+    StoredState local = removing(base(), QStringLiteral("c"));
+    local.messages.append(message(QStringLiteral("b2"), 40, QStringLiteral("b")));
+    StoredState downloaded = removing(base(), QStringLiteral("b"));
+    downloaded.messages.append(message(QStringLiteral("c2"), 50, QStringLiteral("c")));
+
+    for (const bool fromHere : {true, false}) {
+        const StoredState merged =
+            fromHere ? local.merging(base(), downloaded) : downloaded.merging(base(), local);
+        EXPECT_EQ(ids(merged.bots).size(), 3);
+        EXPECT_EQ(ids(merged.messages), split("a1 b1 c1 b2 c2"));
+        EXPECT_EQ(merged.profile.languages.size(), 2);
+    }
 }
 
 TEST(ThreeWayMerge, AnEditBeatsARemovalAndBothEditedTakesTheDownloadedOne) {
