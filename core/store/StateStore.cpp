@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QLoggingCategory>
+#include <QPromise>
 
 #include <atomic>
 #include <condition_variable>
@@ -54,14 +55,17 @@ struct StateStore::Writer {
         , clock(time) {}
 
     ~Writer() {
-        if (!thread.joinable())
-            return;
-        {
-            std::lock_guard lock(mutex);
-            stopping = true;
+        if (thread.joinable()) {
+            {
+                std::lock_guard lock(mutex);
+                stopping = true;
+            }
+            wake.notify_one();
+            thread.join();
         }
-        wake.notify_one();
-        thread.join();
+        // Every save is written by now; a waiter for one that never came still hears an answer.
+        for (Waiter& waiter : waiters)
+            answer(waiter, false);
     }
 
     // Started with the first save, so that a store that is only read costs no thread.
@@ -76,30 +80,61 @@ struct StateStore::Writer {
             wake.wait(lock, [this] { return stopping || !queue.empty(); });
             if (queue.empty())
                 return; // stopping, and everything handed over is written
+            bool stored = false;
             {
                 const StoredState state = std::move(queue.front());
                 queue.pop_front();
                 lock.unlock();
-                write(state);
+                stored = (!beforeWrite || beforeWrite()) && write(state);
             }
             lock.lock();
             ++written;
+            if (stored)
+                lastStored = written;
+            answerWaiters();
             idle.notify_all();
         }
     }
 
-    void write(const StoredState& state) {
+    bool write(const StoredState& state) {
         const QByteArray bytes = compactDocumentJson(state);
         const QString directory = QFileInfo(path).absolutePath();
         if (!QDir().mkpath(directory)) {
             qCWarning(lcState).noquote()
                 << "document not saved: could not create the directory" << directory;
-            return;
+            return false;
         }
         if (damagedFileInPlace && !clearDamagedFile())
-            return;
-        if (auto error = writeFileAtomically(path, bytes))
+            return false;
+        if (auto error = writeFileAtomically(path, bytes)) {
             qCWarning(lcState).noquote() << "document not saved:" << error->message();
+            return false;
+        }
+        return true;
+    }
+
+    // Under the lock: whether the file holds save `target` or a later one. Saves are written in
+    // order, each whole, so a later one that reached the disk carries everything of `target`.
+    bool holds(quint64 target) const { return lastStored >= target; }
+
+    struct Waiter {
+        quint64 target;
+        std::shared_ptr<QPromise<bool>> promise;
+    };
+
+    static void answer(Waiter& waiter, bool onDisk) {
+        waiter.promise->addResult(onDisk);
+        waiter.promise->finish();
+    }
+
+    // Under the lock, after a write.
+    void answerWaiters() {
+        std::erase_if(waiters, [this](Waiter& waiter) {
+            if (written < waiter.target)
+                return false;
+            answer(waiter, holds(waiter.target));
+            return true;
+        });
     }
 
     // Moves the file at `path` out of the way under a name that nothing reads again, so that
@@ -132,6 +167,8 @@ struct StateStore::Writer {
     const QString path;
     const Clock& clock;
     std::atomic<bool> damagedFileInPlace = false;
+    bool startedFresh = false;
+    std::function<bool()> beforeWrite;
 
     std::mutex mutex;
     std::condition_variable wake; // the writer: work or stop
@@ -139,6 +176,8 @@ struct StateStore::Writer {
     std::deque<StoredState> queue;
     quint64 requested = 0;
     quint64 written = 0;
+    quint64 lastStored = 0; // the last save that reached the file; 0 = none yet
+    std::vector<Waiter> waiters;
     bool stopping = false;
     std::thread thread;
 };
@@ -158,6 +197,7 @@ const QString& StateStore::path() const {
 
 StoredState StateStore::load() {
     QFile file(m_writer->path);
+    m_writer->startedFresh = true;
     if (!file.exists())
         return StoredState{};
     QString problem;
@@ -169,8 +209,10 @@ StoredState StateStore::load() {
             problem = QStringLiteral("unreadable (%1)").arg(file.errorString());
         } else {
             auto document = decodeDocument(bytes);
-            if (document)
+            if (document) {
+                m_writer->startedFresh = false;
                 return std::move(document).value();
+            }
             problem = document.error();
         }
     }
@@ -191,10 +233,31 @@ void StateStore::save(StoredState state) {
     m_writer->wake.notify_one();
 }
 
-void StateStore::flush() {
+bool StateStore::startedFresh() const {
+    return m_writer->startedFresh;
+}
+
+bool StateStore::flush() {
     std::unique_lock lock(m_writer->mutex);
     const quint64 target = m_writer->requested;
     m_writer->idle.wait(lock, [&] { return m_writer->written >= target; });
+    return m_writer->holds(target);
+}
+
+QFuture<bool> StateStore::written() {
+    std::lock_guard lock(m_writer->mutex);
+    const quint64 target = m_writer->requested;
+    if (m_writer->written >= target)
+        return QtFuture::makeReadyFuture(m_writer->holds(target));
+    auto promise = std::make_shared<QPromise<bool>>();
+    promise->start();
+    QFuture<bool> future = promise->future();
+    m_writer->waiters.push_back({target, std::move(promise)});
+    return future;
+}
+
+void StateStore::setBeforeWrite(std::function<bool()> beforeWrite) {
+    m_writer->beforeWrite = std::move(beforeWrite);
 }
 
 } // namespace quillo

@@ -3,8 +3,10 @@
 #include "common/Clock.h"
 #include "model/StoredState.h"
 
+#include <QFuture>
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 namespace quillo {
@@ -35,13 +37,27 @@ public:
     // calling thread; call it once, before the first save.
     StoredState load();
 
+    // Whether `load` found no document it could use (no file, one set aside, an earlier
+    // release's format) and gave the fresh one: whatever was recorded about the old document,
+    // such as how far it was synchronised, no longer describes this one.
+    bool startedFresh() const;
+
     // Hands `state` to the writer and returns at once. Every save is one complete write.
     // `save` and `flush` belong to the thread that owns the store.
     void save(StoredState state);
 
     // Blocks until every save handed over so far has been written (or has failed and been
-    // logged).
-    void flush();
+    // logged). True when the file on disk now holds the last of them, or a later one.
+    bool flush();
+
+    // Like `flush`, without blocking: the future finishes, with the same answer, once every save
+    // handed over so far has been written. Await it on the thread that owns the store.
+    QFuture<bool> written();
+
+    // Called on the writer thread before each write; a write it answers false for is skipped,
+    // as if the process had died before it. For tests of what a crash leaves behind; set it
+    // before the first save.
+    void setBeforeWrite(std::function<bool()> beforeWrite);
 
 private:
     struct Writer;

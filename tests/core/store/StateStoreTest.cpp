@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFuture>
 #include <QJsonDocument>
 #include <QTemporaryDir>
 
@@ -98,13 +99,58 @@ const QString asideName = QStringLiteral("state-before-sync-1700000123456.json")
 } // namespace
 
 TEST_F(StateStoreTest, MissingFileOrEmptyObjectLoadsTheFreshDocumentAndTouchesNothing) {
-    EXPECT_EQ(StateStore(statePath(), m_clock).load(), StoredState{});
+    StateStore missing(statePath(), m_clock);
+    EXPECT_EQ(missing.load(), StoredState{});
+    EXPECT_TRUE(missing.startedFresh());
     EXPECT_TRUE(entries().isEmpty());
 
+    // An empty object is a document, just one with every default: nothing about it is fresh.
     write(statePath(), "{}");
-    EXPECT_EQ(StateStore(statePath(), m_clock).load(), StoredState{});
+    StateStore empty(statePath(), m_clock);
+    EXPECT_EQ(empty.load(), StoredState{});
+    EXPECT_FALSE(empty.startedFresh());
     EXPECT_EQ(entries(), QStringList{QStringLiteral("state.json")});
     EXPECT_EQ(read(statePath()), "{}");
+}
+
+TEST_F(StateStoreTest, WrittenSaysWhenTheDiskHoldsTheLastSaveAndWhetherItDoes) {
+    std::mutex gate;
+    bool writable = true;
+    std::unique_lock held(gate);
+    StateStore store(statePath(), m_clock);
+    store.setBeforeWrite([&] {
+        const std::lock_guard passing(gate);
+        return writable;
+    });
+    // Nothing handed over: the disk holds all there is.
+    EXPECT_TRUE(store.written().isFinished());
+    EXPECT_TRUE(store.written().result());
+
+    store.save(sampleDocument(QStringLiteral("first")));
+    QFuture<bool> first = store.written();
+    store.save(sampleDocument(QStringLiteral("second")));
+    QFuture<bool> second = store.written();
+    EXPECT_FALSE(first.isFinished());
+    held.unlock();
+    EXPECT_TRUE(second.result());
+    EXPECT_TRUE(first.result());
+    EXPECT_EQ(read(statePath()), encoded(sampleDocument(QStringLiteral("second"))));
+
+    // A write that did not happen (the process died first, the disk refused) says so, until a
+    // later one makes it.
+    held.lock();
+    writable = false;
+    store.save(sampleDocument(QStringLiteral("lost")));
+    QFuture<bool> lost = store.written();
+    held.unlock();
+    EXPECT_FALSE(lost.result());
+    EXPECT_FALSE(store.flush());
+    held.lock();
+    writable = true;
+    held.unlock();
+    store.save(sampleDocument(QStringLiteral("third")));
+    EXPECT_TRUE(store.flush());
+    EXPECT_EQ(read(statePath()), encoded(sampleDocument(QStringLiteral("third"))));
 }
 
 TEST_F(StateStoreTest, SavedDocumentIsWrittenCompactlyAndLoadsBackEqual) {
@@ -156,6 +202,7 @@ TEST_F(StateStoreTest, UnusableDocumentsAreSetAsideAndNeverWrittenOver) {
         {
             StateStore store(statePath(), m_clock);
             EXPECT_EQ(store.load(), StoredState{});
+            EXPECT_TRUE(store.startedFresh());
             EXPECT_EQ(read(file(asideName)), bytes);
             EXPECT_FALSE(QFile::exists(statePath()));
             EXPECT_TRUE(LogCapture::all().contains(asideName));
