@@ -120,10 +120,21 @@ QCoro::Task<> AccountFlows::forgetting() {
 }
 
 void AccountFlows::forgetAccount() {
-    m_session.signOut();
-    m_sync.base().clear();
+    // The emptied document reaches the disk before the owner goes: a crash in between must not
+    // leave one person's chats on a device that no longer knows whose they are, where the next
+    // person to sign in would take them up.
     m_document.apply([](StoredState& state) { state = state.signedOut(); },
                      DocumentAccess::Languages::Keep);
+    const bool onDisk = m_document.flush();
+    m_sync.base().clear();
+    if (onDisk) {
+        m_session.signOut();
+        return;
+    }
+    // The chats may still be in the file: keep its owner, so that anyone else who signs in
+    // here has them reset first.
+    qCCritical(lcAccount) << "the emptied document could not be saved; the owner stays recorded";
+    m_session.expire();
 }
 
 QCoro::Task<AccountFlows::Outcome> AccountFlows::deleteAccount() {

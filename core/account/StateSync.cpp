@@ -94,8 +94,8 @@ QCoro::Task<> StateSync::saveChanges(bool download) {
         co_return;
     // Results are awaited into names: GCC 12 mishandles a co_await inside a condition.
     if (download) {
-        const bool downloaded = co_await downloadOrLog(*token);
-        if (!downloaded || !*alive)
+        const std::optional<Fetched> fetched = co_await fetchOrLog(*token);
+        if (!fetched || !*alive)
             co_return;
     }
     Outcome uploaded = co_await upload(*token);
@@ -103,9 +103,21 @@ QCoro::Task<> StateSync::saveChanges(bool download) {
         co_return;
     if (uploaded.error().hasStatus(409)) {
         // Another device uploaded since our last exchange: bring its copy in, then try once more.
-        const bool downloaded = co_await downloadOrLog(*token);
-        if (!downloaded || !*alive)
+        std::optional<Fetched> fetched = co_await fetchOrLog(*token);
+        if (!fetched || !*alive)
             co_return;
+        if (*fetched == Fetched::Unchanged && !m_document.document().profile.setupCompleted) {
+            // Refused although the service's copy is the one we last agreed on, and ours is not
+            // set up: the service keeps a finished setup from being undone, so what we recorded
+            // of the last exchange does not describe this document. Start again from the whole
+            // copy, merged without deleting anything.
+            qCWarning(lcSync) << "the service refused an upload from an up-to-date base; "
+                                 "bringing the account's document in whole";
+            forgetBookkeeping();
+            fetched = co_await fetchOrLog(*token);
+            if (!fetched || !*alive)
+                co_return;
+        }
         uploaded = co_await upload(*token);
         if (!*alive || uploaded.ok())
             co_return;
@@ -113,14 +125,23 @@ QCoro::Task<> StateSync::saveChanges(bool download) {
     logFailure(uploaded.error());
 }
 
-QCoro::Task<bool> StateSync::downloadOrLog(QString token) {
+void StateSync::forgetBookkeeping() {
+    if (m_session.syncedAt() != 0 || m_session.syncedFingerprint())
+        qCInfo(lcSync) << "forgetting how far the document was synchronised";
+    m_session.synced(0, std::nullopt);
+    m_base.clear();
+}
+
+QCoro::Task<std::optional<StateSync::Fetched>> StateSync::fetchOrLog(QString token) {
     const std::shared_ptr<bool> alive = m_alive;
-    const Outcome downloaded = co_await download(token);
+    const Result<Fetched, ApiError> fetched = co_await fetch(token);
     if (!*alive)
-        co_return false;
-    if (!downloaded.ok())
-        logFailure(downloaded.error());
-    co_return downloaded.ok();
+        co_return std::nullopt;
+    if (!fetched.ok()) {
+        logFailure(fetched.error());
+        co_return std::nullopt;
+    }
+    co_return fetched.value();
 }
 
 QCoro::Task<StateSync::Outcome> StateSync::upload(QString token) {
@@ -136,31 +157,45 @@ QCoro::Task<StateSync::Outcome> StateSync::upload(QString token) {
         co_return succeeded;
     if (!saved.ok())
         co_return Outcome(saved.error());
+    // Recorded only once the uploaded document is on disk: a record ahead of the disk would
+    // make the next merge read what the disk lacks as deleted.
+    const bool onDisk = co_await m_document.saved();
+    if (!*alive)
+        co_return succeeded;
+    if (!onDisk)
+        co_return Outcome(ApiError(LocalFailure{QStringLiteral("the document was not saved")}));
     m_session.synced(saved.value(), projection.fingerprint);
     co_await m_base.store(std::move(projection));
     co_return succeeded;
 }
 
 QCoro::Task<StateSync::Outcome> StateSync::download(QString token) {
+    const Result<Fetched, ApiError> fetched = co_await fetch(std::move(token));
+    if (!fetched.ok())
+        co_return Outcome(fetched.error());
+    co_return succeeded;
+}
+
+QCoro::Task<Result<StateSync::Fetched, ApiError>> StateSync::fetch(QString token) {
     const std::shared_ptr<bool> alive = m_alive;
     const auto answer = co_await m_api.state(token, m_session.syncedAt());
     if (!*alive)
-        co_return succeeded;
+        co_return Fetched::Unchanged;
     if (!answer.ok())
-        co_return Outcome(answer.error());
+        co_return answer.error();
     const RemoteState& remote = answer.value();
     if (remote.unchanged)
-        co_return succeeded;
+        co_return Fetched::Unchanged;
     if (!remote.state) {
         // The service holds nothing newer to merge against: the next upload sends everything.
         m_session.synced(remote.updatedAt, std::nullopt);
         m_base.clear();
-        co_return succeeded;
+        co_return Fetched::Taken;
     }
 
     const AccountProjection downloaded = co_await AccountProjection::inBackground(*remote.state);
     if (!*alive)
-        co_return succeeded;
+        co_return Fetched::Unchanged;
     const std::optional<QString> baseFingerprint = m_session.syncedFingerprint();
     const std::optional<StoredState> base =
         baseFingerprint ? m_base.load(*baseFingerprint) : std::nullopt;
@@ -169,17 +204,23 @@ QCoro::Task<StateSync::Outcome> StateSync::download(QString token) {
         base ? local.merging(*base, downloaded.state) : local.adopting(downloaded.state);
     m_document.apply([&merged](StoredState& state) { state = merged; },
                      DocumentAccess::Languages::Keep);
+    // The merged document reaches the disk before the record that says it was merged.
+    const bool onDisk = co_await m_document.saved();
+    if (!*alive)
+        co_return Fetched::Unchanged;
+    if (!onDisk)
+        co_return ApiError(LocalFailure{QStringLiteral("the merged document was not saved")});
     // The service's copy, not the merged one: what only this device has still differs from it
     // and goes up with the next upload.
     m_session.synced(remote.updatedAt, downloaded.fingerprint);
     co_await m_base.store(downloaded);
-    co_return succeeded;
+    co_return Fetched::Taken;
 }
 
 void StateSync::logFailure(const ApiError& error) {
     if (error.hasStatus(401))
         m_session.expire();
-    if (error.provider())
+    if (error.provider() || error.local())
         qCCritical(lcSync).noquote() << "Syncing failed:" << error.description();
     else
         qCCritical(lcSync).noquote()

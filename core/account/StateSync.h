@@ -56,13 +56,22 @@ public:
     // The base file and its cached copy, for the account flows that forget or reset.
     SyncBase& base() { return m_base; }
 
+    // Forgets how far the document was synchronised, and the base: the next download brings the
+    // account's copy in whole and merges it without deleting anything. For a document that the
+    // record does not describe (one that started afresh, or that the service refuses).
+    void forgetBookkeeping();
+
     // Ends the quiet period without an upload; work in flight finishes without touching anything.
     void close();
 
 private:
+    // What a download brought.
+    enum class Fetched { Unchanged, Taken };
+
     QCoro::Task<> saveChanges(bool download);
-    // The download step; a failure is logged and gives false.
-    QCoro::Task<bool> downloadOrLog(QString token);
+    QCoro::Task<Result<Fetched, ApiError>> fetch(QString token);
+    // The download step; a failure is logged and gives nothing.
+    QCoro::Task<std::optional<Fetched>> fetchOrLog(QString token);
     // One upload of the current document; the failure when it did not go through.
     QCoro::Task<Outcome> upload(QString token);
     QCoro::Task<> waitForQuiet(CancelToken quiet);

@@ -3,6 +3,8 @@
 #include "store/SessionStore.h"
 #include "store/StateStore.h"
 
+#include <QCoroFuture>
+
 namespace quillo {
 
 ChatRepository::ChatRepository(StateStore& store, SessionStore& session, const QuilloAPI& api,
@@ -21,6 +23,10 @@ ChatRepository::ChatRepository(StateStore& store, SessionStore& session, const Q
     , m_nudges(*this, session, m_sync, m_conversation) {
     qRegisterMetaType<quillo::StoredState>();
     connect(&session, &SessionStore::accountChanged, this, &ChatRepository::accountChanged);
+    // What was recorded about an earlier document describes a history this one does not have:
+    // merged against it, the fresh document would read as the user deleting everything.
+    if (store.startedFresh())
+        m_sync.forgetBookkeeping();
 }
 
 ChatRepository::~ChatRepository() {
@@ -32,8 +38,13 @@ ChatRepository::~ChatRepository() {
     m_sync.close();
 }
 
-void ChatRepository::flush() {
-    m_store.flush();
+bool ChatRepository::flush() {
+    return m_store.flush();
+}
+
+QCoro::Task<bool> ChatRepository::saved() {
+    QFuture<bool> writing = m_store.written();
+    co_return co_await writing;
 }
 
 bool ChatRepository::apply(const Edit& edit, Languages languages) {

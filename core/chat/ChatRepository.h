@@ -37,8 +37,8 @@ public:
     // Contacts for which a reply is being produced.
     const QSet<QString>& typing() const { return m_typing; }
 
-    // Returns once every save so far is on disk.
-    void flush();
+    // Returns once every save so far is on disk; false when the last of them could not be written.
+    bool flush() override;
 
     // Editing (see ProfileEditing).
     void completeOnboarding(const QString& name, const QString& nativeLanguage,
@@ -107,6 +107,7 @@ private:
     // DocumentAccess, for the parts.
     const StoredState& document() const override { return m_state; }
     bool apply(const Edit& edit, Languages languages) override;
+    QCoro::Task<bool> saved() override;
     void reportError(const QString& line) override;
     const Clock& clock() const override { return m_clock; }
     bool isTyping(const QString& botId) const override { return m_typing.contains(botId); }

@@ -3,6 +3,8 @@
 #include "common/Clock.h"
 #include "model/StoredState.h"
 
+#include <QCoroTask>
+
 #include <functional>
 
 namespace quillo {
@@ -28,6 +30,14 @@ public:
     // Applies `edit` to a copy of the document; publishes and saves the copy when it differs
     // from the current one. Returns whether anything changed.
     virtual bool apply(const Edit& edit, Languages languages) = 0;
+
+    // Every change so far on disk: true once the file holds the current document (or a later
+    // one), false when it could not be written. Anything that records a fact about the document
+    // elsewhere (how far it was synchronised, whose it is) waits for this first, so that a crash
+    // never leaves the record describing a document the disk does not hold.
+    virtual QCoro::Task<bool> saved() = 0;
+    // The same, blocking, for the few steps that must finish before they return.
+    virtual bool flush() = 0;
 
     // Sends one user-facing line to whoever shows errors.
     virtual void reportError(const QString& line) = 0;

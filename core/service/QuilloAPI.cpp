@@ -26,6 +26,8 @@ bool ApiError::isRetryable() const {
 QString ApiError::description() const {
     if (const ProviderError* error = provider())
         return error->description();
+    if (const LocalFailure* error = local())
+        return QStringLiteral("Not kept on this computer: ") + error->problem;
     return QStringLiteral("Quillo answer not understood: ") + decoding()->message();
 }
 

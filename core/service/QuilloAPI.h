@@ -25,25 +25,38 @@ class QNetworkAccessManager;
 
 namespace quillo {
 
-// Why a service call gave no result: the service or the way to it failed (`ProviderError`), or
-// the service said yes with a body of the wrong shape (`DecodeError`). Callers mostly act on the
-// status, so the helpers answer for the provider side and say "no" for a decoding failure.
+// What this computer could not do in the middle of an exchange with the service, such as
+// keeping a merged document on disk.
+struct LocalFailure {
+    QString problem;
+
+    friend bool operator==(const LocalFailure&, const LocalFailure&) = default;
+};
+
+// Why a service call gave no result: the service or the way to it failed (`ProviderError`), the
+// service said yes with a body of the wrong shape (`DecodeError`), or what came back could not
+// be kept here (`LocalFailure`). Callers mostly act on the status, so the helpers answer for the
+// provider side and say "no" for the others.
 struct ApiError {
-    std::variant<ProviderError, DecodeError> failure;
+    std::variant<ProviderError, DecodeError, LocalFailure> failure;
 
     explicit ApiError(ProviderError error)
         : failure(std::move(error)) {}
     explicit ApiError(DecodeError error)
         : failure(std::move(error)) {}
+    explicit ApiError(LocalFailure error)
+        : failure(std::move(error)) {}
 
     const ProviderError* provider() const { return std::get_if<ProviderError>(&failure); }
     const DecodeError* decoding() const { return std::get_if<DecodeError>(&failure); }
+    const LocalFailure* local() const { return std::get_if<LocalFailure>(&failure); }
 
     // Whether the service answered with exactly this HTTP status.
     bool hasStatus(int status) const;
     // A bad body is not going to get better by asking again.
     bool isRetryable() const;
-    // For logs: the provider's description, or "Quillo answer not understood: <where>: <what>".
+    // For logs: the provider's description, "Quillo answer not understood: <where>: <what>", or
+    // "Not kept on this computer: <what>".
     QString description() const;
 
     friend bool operator==(const ApiError&, const ApiError&) = default;

@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 #include <vector>
 
@@ -81,24 +82,81 @@ private:
     std::vector<Upload> m_uploads;
 };
 
-// One installation of the app: its own support directory, files, session and repository.
+// What stands between a device's state store and its disk. Open, writes go through; held, they
+// wait; dead, they are dropped, as when the process is killed before it writes them.
+class DiskGate {
+public:
+    enum class Mode { Open, Held, Dead };
+
+    void set(Mode mode) {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_mode = mode;
+        }
+        m_changed.notify_all();
+    }
+    // On the writer thread, before each write: whether it may write.
+    bool pass() {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_mode != Mode::Held; });
+        return m_mode == Mode::Open;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    Mode m_mode = Mode::Open;
+};
+
+// One installation of the app: its own support directory, files, session and repository. It can
+// be stopped as a quit does (everything written) or as a kill does (what is not written yet is
+// lost), and started again on the files it left.
 struct Device {
     QTemporaryDir dir;
+    int port;
+    const Clock& clock;
+    std::shared_ptr<DiskGate> disk;
     std::unique_ptr<StateStore> store;
     std::unique_ptr<SessionStore> session;
     std::unique_ptr<QuilloAPI> api;
     std::unique_ptr<ChatRepository> repository;
 
-    Device(int port, const Clock& clock, const StoredState& seed = {}) {
-        store = std::make_unique<StateStore>(path(QStringLiteral("state.json")), clock);
+    Device(int servicePort, const Clock& appClock, const StoredState& seed = {})
+        : port(servicePort)
+        , clock(appClock) {
         if (seed != StoredState()) {
-            store->save(seed);
-            store->flush();
+            StateStore seeding(path(QStringLiteral("state.json")), clock);
+            seeding.save(seed);
+            seeding.flush();
         }
+        start();
+    }
+    ~Device() { stop(); }
+
+    void start() {
+        disk = std::make_shared<DiskGate>();
+        store = std::make_unique<StateStore>(path(QStringLiteral("state.json")), clock);
+        store->setBeforeWrite([gate = disk] { return gate->pass(); });
         session = std::make_unique<SessionStore>(path(QStringLiteral("session.json")));
         api = std::make_unique<QuilloAPI>(
             QUrl(QStringLiteral("http://127.0.0.1:") + QString::number(port)));
         repository = std::make_unique<ChatRepository>(*store, *session, *api, clock);
+    }
+    // A quit: every save handed over is written first.
+    void stop() {
+        disk->set(DiskGate::Mode::Open);
+        repository.reset();
+        api.reset();
+        session.reset();
+        store.reset();
+    }
+    // A kill: saves not written yet are lost; requests already sent still reach the service.
+    void kill() {
+        disk->set(DiskGate::Mode::Dead);
+        repository.reset();
+        api.reset();
+        session.reset();
+        store.reset();
     }
 
     QString path(const QString& name) const { return dir.filePath(name); }

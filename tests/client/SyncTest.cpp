@@ -204,3 +204,119 @@ TEST_F(SyncTest, WithoutATrustworthyBaseADownloadKeepsEverything) {
 }
 
 } // namespace
+
+namespace {
+
+// A device comes back without its document, in each way the store starts afresh: the file
+// deleted, damaged (set aside), or of an earlier release (set aside).
+enum class Loss { Deleted, Damaged, EarlierFormat };
+
+void lose(Device& device, Loss loss) {
+    device.stop();
+    const QString path = device.path(QStringLiteral("state.json"));
+    QFile::remove(path);
+    if (loss != Loss::Deleted) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(loss == Loss::Damaged ? QByteArray("{\"profile\": {\"displayName\"")
+                                         : QByteArray("{\"provider\":\"old\",\"bots\":[]}"));
+    }
+    device.start();
+}
+
+} // namespace
+
+TEST_F(SyncTest, ADeviceThatLostItsDocumentGetsEverythingBackAndWipesNothing) {
+    for (const Loss loss : {Loss::Deleted, Loss::Damaged, Loss::EarlierFormat}) {
+        SCOPED_TRACE(int(loss));
+        second->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+        settle(*second);
+        run(first->repository->refresh());
+        const StoredState everything = first->projection();
+
+        ASSERT_NO_FATAL_FAILURE(lose(*first, loss));
+        EXPECT_TRUE(first->state().bots.isEmpty());
+        EXPECT_EQ(first->session->syncedAt(), 0);
+        run(first->repository->refresh());
+        settle(*first);
+        run(second->repository->refresh());
+        for (const Device* each : {first.get(), second.get()}) {
+            EXPECT_EQ(each->projection(), everything);
+            EXPECT_TRUE(each->state().profile.setupCompleted);
+        }
+        EXPECT_EQ(*served(*first->session->token()), everything);
+    }
+}
+
+TEST_F(SyncTest, TheServiceRefusesToUndoASetupAndTheDeviceMergesInstead) {
+    second->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+    settle(*second);
+    const StoredState everything = second->projection();
+    // A document that is not set up, with a record that claims it is the account's latest copy:
+    // what a device whose document started afresh without noticing would hold.
+    first->stop();
+    {
+        StateStore store(first->path(QStringLiteral("state.json")));
+        store.save(StoredState{});
+        ASSERT_TRUE(store.flush());
+    }
+    first->start();
+    first->session->synced(second->session->syncedAt(), second->session->syncedFingerprint());
+    QFile::remove(first->path(QStringLiteral("sync-base.json")));
+    QFile::copy(second->path(QStringLiteral("sync-base.json")),
+                first->path(QStringLiteral("sync-base.json")));
+    watched->forget();
+
+    run(first->repository->sync(false));
+    EXPECT_TRUE(watched->uploads().empty()); // refused before it reached the storage
+    EXPECT_EQ(first->projection(), everything);
+    EXPECT_EQ(*served(*first->session->token()), everything);
+}
+
+TEST_F(SyncTest, NothingIsRecordedAsSynchronisedBeforeTheMergedDocumentIsOnDisk) {
+    second->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+    rename(*second, QStringLiteral("kenji"), QStringLiteral("Kenji-san"));
+    settle(*second);
+
+    // The merge is made, but its save is held: the record must wait for it.
+    const qint64 syncedAt = first->session->syncedAt();
+    first->disk->set(DiskGate::Mode::Held);
+    auto refreshing = first->repository->refresh();
+    spinUntil([this] { return first->state().messagesFor(QStringLiteral("lucia")).size() == 1; });
+    for (int i = 0; i < 50; ++i)
+        QCoreApplication::processEvents();
+    EXPECT_EQ(first->session->syncedAt(), syncedAt);
+
+    // Killed there: the disk never got the merge, and the record says so.
+    first->kill();
+    first->start();
+    EXPECT_TRUE(first->state().messagesFor(QStringLiteral("lucia")).isEmpty());
+    run(first->repository->refresh());
+    settle(*first);
+    run(second->repository->refresh());
+    for (const Device* each : {first.get(), second.get()}) {
+        EXPECT_EQ(each->state().messagesFor(QStringLiteral("lucia")).size(), 1);
+        EXPECT_EQ(each->state().bot(QStringLiteral("kenji"))->displayName, u"Kenji-san");
+    }
+}
+
+TEST_F(SyncTest, ForgettingTheAccountKeepsTheOwnerUntilTheEmptiedDocumentIsOnDisk) {
+    // The emptied document cannot be written: the chats stay in the file, and so does the owner,
+    // so the next person to sign in here has them reset first.
+    first->disk->set(DiskGate::Mode::Dead);
+    first->repository->forgetAccount();
+    EXPECT_FALSE(first->session->token());
+    EXPECT_EQ(first->session->owner(), ana);
+    first->kill();
+    first->start();
+    ASSERT_EQ(first->state().bots.size(), 2);
+    signIn(*first, QStringLiteral("bob@example.com"));
+    EXPECT_TRUE(first->state().bots.isEmpty());
+    EXPECT_TRUE(served(*first->session->token())->bots.isEmpty());
+
+    // Written: the file is empty of chats by the time the owner is gone.
+    first->repository->forgetAccount();
+    EXPECT_FALSE(first->session->owner());
+    StateStore onDisk(first->path(QStringLiteral("state.json")));
+    EXPECT_TRUE(onDisk.load().bots.isEmpty());
+}
