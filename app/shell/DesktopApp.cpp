@@ -8,6 +8,7 @@
 #include <QDesktopServices>
 #include <QGuiApplication>
 #include <QPainter>
+#include <QQuickWindow>
 #include <QUrl>
 
 namespace quillo {
@@ -42,10 +43,19 @@ AppContext::Desktop desktopSession() {
     return desktop;
 }
 
+const Clock& systemClock() {
+    static const SystemClock clock;
+    return clock;
+}
+
 } // namespace
 
 DesktopApp::DesktopApp(const QStringList& arguments)
-    : m_arguments(arguments)
+    : DesktopApp(arguments, systemClock()) {}
+
+DesktopApp::DesktopApp(const QStringList& arguments, const Clock& clock)
+    : m_clock(clock)
+    , m_arguments(arguments)
     , m_controller(m_clock)
     , m_context(m_controller, desktopSession())
     , m_screens(m_context) {
@@ -61,24 +71,17 @@ DesktopApp::~DesktopApp() {
 bool DesktopApp::start() {
     if (!m_screens.loadMainWindow())
         return false;
-    QObject::connect(qApp, &QCoreApplication::aboutToQuit, qApp, [this] { m_controller.stop(); });
-    QObject::connect(qApp, &QGuiApplication::applicationStateChanged, qApp,
+    // Tied to the controller: a later application in the same process must not reach this one.
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, &m_controller,
+                     [this] { m_controller.stop(); });
+    QObject::connect(qApp, &QGuiApplication::applicationStateChanged, &m_controller,
                      [this](Qt::ApplicationState state) {
                          if (state == Qt::ApplicationActive)
                              m_controller.didBecomeActive();
                      });
-    // In the tray where the desktop has one: closing the window then leaves Quillo running, so
-    // replies and notifications still arrive. Without a tray, closing the window quits.
-    if (qobject_cast<QApplication*>(QCoreApplication::instance()) && TrayIcon::available()) {
-        m_tray =
-            std::make_unique<TrayIcon>([this] { open(); }, [this] { m_controller.openSettings(); },
-                                       [] { QCoreApplication::quit(); });
-        QObject::connect(&m_context, &AppContext::unreadChanged, m_tray.get(),
-                         [this] { m_tray->setUnread(m_context.unread()); });
-        QGuiApplication::setQuitOnLastWindowClosed(false);
-    }
     // Control-shift-space: a key grab on an X11 desktop (it needs the X server as the display).
-    if (QGuiApplication::platformName() == QStringLiteral("xcb")) {
+    const bool x11 = QGuiApplication::platformName() == QStringLiteral("xcb");
+    if (x11) {
         m_hotKey = std::make_unique<GlobalHotKey>();
         QObject::connect(m_hotKey.get(), &GlobalHotKey::pressed, m_hotKey.get(),
                          [this] { open(); });
@@ -90,9 +93,43 @@ bool DesktopApp::start() {
     }
     m_controller.start(
         m_context, LoginItem::isLoginLaunch(m_arguments, qEnvironmentVariable("XPC_SERVICE_NAME")));
+    // In the tray where the desktop has one: closing the window then leaves Quillo running, so
+    // replies and notifications still arrive. Until a tray turns up, closing the window quits;
+    // a quiet login start that finds none in time opens the window rather than run unseen.
+    if (qobject_cast<QApplication*>(QCoreApplication::instance())) {
+        TrayWatch::Places places;
+        if (QDBusConnection bus = QDBusConnection::sessionBus(); bus.isConnected())
+            places.bus = bus;
+        if (x11)
+            places.x11Display = QString();
+        m_trayWatch = std::make_unique<TrayWatch>(m_clock, places);
+        QObject::connect(m_trayWatch.get(), &TrayWatch::found, m_trayWatch.get(),
+                         [this] { showInTray(); });
+        QObject::connect(m_trayWatch.get(), &TrayWatch::none, m_trayWatch.get(),
+                         [this] { showWindowIfHidden(); });
+        m_trayWatch->start();
+    } else {
+        // The tray's menu needs widgets; without them there is never an icon.
+        showWindowIfHidden();
+    }
     // A sign-in callback the desktop handed over on the command line.
     takeUrls(m_arguments.mid(1));
     return true;
+}
+
+void DesktopApp::showInTray() {
+    m_tray = std::make_unique<TrayIcon>([this] { open(); }, [this] { m_controller.openSettings(); },
+                                        [] { QCoreApplication::quit(); });
+    m_tray->setUnread(m_context.unread());
+    QObject::connect(&m_context, &AppContext::unreadChanged, m_tray.get(),
+                     [this] { m_tray->setUnread(m_context.unread()); });
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+}
+
+void DesktopApp::showWindowIfHidden() {
+    const QQuickWindow* window = m_screens.mainWindow();
+    if (window && !window->isVisible())
+        m_context.showMainWindow();
 }
 
 void DesktopApp::open() {

@@ -3,6 +3,7 @@
 #include "common/Clock.h"
 #include "desktop/GlobalHotKey.h"
 #include "desktop/PortalHotKey.h"
+#include "desktop/TrayWatch.h"
 #include "models/AppController.h"
 #include "screens/AppContext.h"
 #include "shell/ScreenEngine.h"
@@ -12,11 +13,14 @@
 
 namespace quillo {
 
-// The running application: the controller over the real clock, the screens over it, and the
-// wiring to the process (quitting, becoming active, a login launch).
+// The running application: the controller over the clock, the screens over it, and the wiring
+// to the process (quitting, becoming active, a login launch, the tray).
 class DesktopApp {
 public:
+    // Over the real clock.
     explicit DesktopApp(const QStringList& arguments);
+    // `clock` must outlive the application.
+    DesktopApp(const QStringList& arguments, const Clock& clock);
     ~DesktopApp();
 
     // Loads the screens and starts the controller; false when the screens could not load.
@@ -33,12 +37,17 @@ private:
     bool takeUrls(const QStringList& arguments);
     // The tray's "Open Quillo" and the hot key: the most relevant chat, in the window.
     void open();
+    // Quillo in the tray from now on: closing the window no longer quits.
+    void showInTray();
+    // Nowhere to put an icon: the window, unless it is already on screen.
+    void showWindowIfHidden();
 
-    SystemClock m_clock;
+    const Clock& m_clock;
     QStringList m_arguments;
     AppController m_controller;
     AppContext m_context;
     ScreenEngine m_screens;
+    std::unique_ptr<TrayWatch> m_trayWatch;
     std::unique_ptr<TrayIcon> m_tray;
     std::unique_ptr<GlobalHotKey> m_hotKey;
     std::unique_ptr<PortalHotKey> m_portalHotKey;

@@ -45,10 +45,6 @@ TrayIcon::TrayIcon(std::function<void()> onOpen, std::function<void()> onOpenSet
 
 TrayIcon::~TrayIcon() = default;
 
-bool TrayIcon::available() {
-    return QSystemTrayIcon::isSystemTrayAvailable();
-}
-
 QString TrayIcon::unreadTitle(int count) {
     return count < 1 ? QString() : u' ' + QString::number(count);
 }

@@ -13,7 +13,8 @@ class QSystemTrayIcon;
 namespace quillo {
 
 // Quillo in the tray: the icon with the unread count drawn on it and in its tooltip, and the
-// menu "Open Quillo", "Settings…", "Quit Quillo".
+// menu "Open Quillo", "Settings…", "Quit Quillo". Made only once TrayWatch has found a tray:
+// Qt settles which tray the process uses when the first icon is made.
 class TrayIcon : public QObject {
     Q_OBJECT
 
@@ -21,9 +22,6 @@ public:
     TrayIcon(std::function<void()> onOpen, std::function<void()> onOpenSettings,
              std::function<void()> onQuit, QObject* parent = nullptr);
     ~TrayIcon() override;
-
-    // Whether the desktop shows tray icons at all (StatusNotifierItem or the older tray).
-    static bool available();
 
     void setUnread(int count);
 

@@ -100,6 +100,8 @@ public:
                 m_object, [this] { Q_EMIT m_object->StatusNotifierHostRegistered(); },
                 Qt::BlockingQueuedConnection);
     }
+    // The items registered so far (StatusNotifierItem bus names), and who registered them.
+    QStringList items() const { return m_object->items(); }
     QStringList callers() const { return m_object->callers(); }
 
     static QString service() { return QStringLiteral("org.kde.StatusNotifierWatcher"); }

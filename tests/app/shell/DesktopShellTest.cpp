@@ -1,10 +1,17 @@
 #include "../EventsUntil.h"
+#include "../PrivateBus.h"
+#include "../StatusNotifierWatcher.h"
 #include "../VirtualDisplay.h"
 #include "shell/DesktopApp.h"
+#include "store/SessionStore.h"
+#include "store/StateStore.h"
 
 #include <QApplication>
+#include <QDBusConnectionInterface>
 #include <QQuickWindow>
 #include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTimer>
 
 #include <xcb/xcb.h>
 
@@ -15,12 +22,16 @@
 
 using namespace quillo;
 using quillo::apptest::eventsUntil;
+using quillo::apptest::PrivateBus;
+using quillo::apptest::StatusNotifierWatcher;
 using quillo::apptest::VirtualDisplay;
 
 namespace {
 
-// The whole application runs on an X server of this process's own, as on an X11 desktop.
+// The whole application runs on an X server and a session bus of this process's own, as on an
+// X11 desktop.
 VirtualDisplay* display = nullptr;
+PrivateBus* bus = nullptr;
 
 // What the X server itself says, not what Qt believes: whether the window is mapped and viewable.
 bool viewableOnTheServer(const QWindow& window) {
@@ -36,6 +47,64 @@ bool viewableOnTheServer(const QWindow& window) {
     xcb_disconnect(connection);
     return viewable;
 }
+
+// Hears the quit that Qt posts to the application when the last window closes.
+class QuitSpy : public QObject {
+public:
+    bool quit = false;
+    bool eventFilter(QObject*, QEvent* event) override {
+        quit = quit || event->type() == QEvent::Quit;
+        return false;
+    }
+};
+
+// Closes the window, as its close button does, inside the application's own event loop, and
+// tells whether the application goes on. The look ends behind the quit that closing the last
+// window posts, if it did, and only when there was none: an exit of ours would override it.
+bool keepsRunningAfterClosing(QWindow& window) {
+    constexpr int stillRunning = 42;
+    QuitSpy spy;
+    qApp->installEventFilter(&spy);
+    QTimer::singleShot(0, &window, [&window, &spy] {
+        window.close();
+        QTimer::singleShot(0, qApp, [&spy] {
+            if (!spy.quit)
+                QCoreApplication::exit(stillRunning);
+        });
+    });
+    const bool running = QApplication::exec() == stillRunning;
+    qApp->removeEventFilter(&spy);
+    return running;
+}
+
+// A signed-in user who is set up, in a support directory of the test's own, and a panel that
+// can come up on the session bus.
+class TrayShellTest : public ::testing::Test {
+protected:
+    QTemporaryDir support;
+    ManualClock clock;
+    StatusNotifierWatcher panel{bus->connect(QStringLiteral("panel"))};
+
+    void SetUp() override {
+        qputenv("QUILLO_SUPPORT_DIR", support.path().toUtf8());
+        StoredState state;
+        state.profile.setupCompleted = true;
+        StateStore store(support.filePath(QStringLiteral("state.json")));
+        store.save(state.withSyncedLanguages());
+        store.flush();
+        Account account;
+        account.email = QStringLiteral("ana@example.com");
+        SessionStore(support.filePath(QStringLiteral("session.json")))
+            .signedIn({QStringLiteral("token"), account});
+    }
+    void TearDown() override {
+        qunsetenv("QUILLO_SUPPORT_DIR");
+        // An application in the tray changed this for the whole process.
+        QGuiApplication::setQuitOnLastWindowClosed(true);
+    }
+
+    bool iconRegistered() const { return panel.items().size() == 1; }
+};
 
 } // namespace
 
@@ -57,6 +126,53 @@ TEST(DesktopShell, ControlShiftSpaceShowsTheHiddenWindowAgain) {
         << app.screens().warnings().join(u'\n').toStdString();
 }
 
+TEST_F(TrayShellTest, AQuietLoginStartThatFindsNoTrayOpensTheWindowAtTheLimit) {
+    DesktopApp app({QStringLiteral("quillo"), QStringLiteral("--launched-at-login")}, clock);
+    ASSERT_TRUE(app.start());
+    QQuickWindow* window = app.screens().mainWindow();
+    clock.advance(TrayWatch::limitMillis - 1);
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(window->isVisible());
+
+    clock.advance(1);
+    EXPECT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window); }));
+}
+
+TEST_F(TrayShellTest, APanelThatComesUpAfterAQuietLoginStartShowsTheIcon) {
+    DesktopApp app({QStringLiteral("quillo"), QStringLiteral("--launched-at-login")}, clock);
+    ASSERT_TRUE(app.start());
+    QQuickWindow* window = app.screens().mainWindow();
+    clock.advance(3'000);
+    ASSERT_TRUE(panel.appear(true));
+    ASSERT_TRUE(eventsUntil([&] { return iconRegistered(); }));
+    EXPECT_EQ(bus->connect(QStringLiteral("panel")).interface()->serviceOwner(panel.items()[0]),
+              panel.callers().value(0))
+        << "the icon is registered by the connection that shows it";
+    clock.advance(TrayWatch::limitMillis);
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(window->isVisible()) << "in the tray, quietly";
+
+    // Opened from the tray, then closed: Quillo stays, for the replies to come.
+    app.handleArguments({QStringLiteral("quillo"), QStringLiteral("--open")});
+    ASSERT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window); }));
+    EXPECT_TRUE(keepsRunningAfterClosing(*window));
+    EXPECT_FALSE(viewableOnTheServer(*window));
+}
+
+TEST_F(TrayShellTest, WithoutATrayClosingQuitsUntilAPanelComesUp) {
+    DesktopApp app({QStringLiteral("quillo")}, clock);
+    ASSERT_TRUE(app.start());
+    QQuickWindow* window = app.screens().mainWindow();
+    ASSERT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window); }));
+    EXPECT_FALSE(keepsRunningAfterClosing(*window)) << "nothing would be left to reach Quillo";
+
+    ASSERT_TRUE(panel.appear(true));
+    ASSERT_TRUE(eventsUntil([&] { return iconRegistered(); }));
+    app.handleArguments({QStringLiteral("quillo"), QStringLiteral("--open")});
+    ASSERT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window); }));
+    EXPECT_TRUE(keepsRunningAfterClosing(*window));
+}
+
 int main(int argc, char** argv) {
     QStandardPaths::setTestModeEnabled(true);
     // Nothing leaves the machine: no service, no translator.
@@ -69,6 +185,14 @@ int main(int argc, char** argv) {
     }
     display = &server;
     qputenv("DISPLAY", server.name().toUtf8());
+    // Qt reads the session bus's address once per process: this one's, before anything asks.
+    PrivateBus sessionBus;
+    if (sessionBus.address().isEmpty()) {
+        std::fputs("dbus-daemon did not start\n", stderr);
+        return 1;
+    }
+    bus = &sessionBus;
+    qputenv("DBUS_SESSION_BUS_ADDRESS", sessionBus.address().toUtf8());
     qputenv("QT_QPA_PLATFORM", "xcb");
     QApplication application(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
