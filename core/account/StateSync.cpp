@@ -164,8 +164,13 @@ QCoro::Task<StateSync::Outcome> StateSync::upload(QString token) {
         co_return succeeded;
     if (!onDisk)
         co_return Outcome(ApiError(LocalFailure{QStringLiteral("the document was not saved")}));
-    m_session.synced(saved.value(), projection.fingerprint);
-    co_await m_base.store(std::move(projection));
+    // The new base goes beside the recorded one before the record moves on to it, so that
+    // whenever the process dies the record has its base.
+    const QString fingerprint = projection.fingerprint;
+    co_await m_base.store(std::move(projection), m_session.syncedFingerprint());
+    if (!*alive)
+        co_return succeeded;
+    m_session.synced(saved.value(), fingerprint);
     co_return succeeded;
 }
 
@@ -212,8 +217,10 @@ QCoro::Task<Result<StateSync::Fetched, ApiError>> StateSync::fetch(QString token
         co_return ApiError(LocalFailure{QStringLiteral("the merged document was not saved")});
     // The service's copy, not the merged one: what only this device has still differs from it
     // and goes up with the next upload.
+    co_await m_base.store(downloaded, m_session.syncedFingerprint());
+    if (!*alive)
+        co_return Fetched::Unchanged;
     m_session.synced(remote.updatedAt, downloaded.fingerprint);
-    co_await m_base.store(downloaded);
     co_return Fetched::Taken;
 }
 
