@@ -16,8 +16,8 @@ using namespace quillo;
 namespace {
 
 const QString childPath = QStringLiteral(QUILLO_CRASH_CHILD_PATH);
-constexpr int runs = 100;
-constexpr int maxKillPoint = 12;
+constexpr int runs = 1000;
+constexpr int maxKillPoint = 30;
 constexpr int readTimeoutMs = 10'000; // a bound for a stuck child, not a pace
 
 // What the child has reported: the last save it handed over and the last one it saw flushed.
