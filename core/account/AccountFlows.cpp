@@ -93,8 +93,7 @@ QCoro::Task<AccountFlows::Outcome> AccountFlows::adoptUnderQueue(QuilloSession s
         qCInfo(lcAccount) << "another person signs in; the local document is reset";
         m_document.apply([](StoredState& state) { state = state.signedOut(); },
                          DocumentAccess::Languages::Keep);
-        m_session.synced(0, std::nullopt);
-        m_sync.base().clear();
+        m_sync.forgetBookkeeping();
     }
     const Outcome downloaded = co_await m_sync.download(session.token);
     if (!downloaded.ok())
