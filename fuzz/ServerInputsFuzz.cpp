@@ -1,6 +1,7 @@
 // What the service reads from strangers: ID tokens, key sets, uploaded state bodies and dictated
 // recordings. None of them may crash it, an accepted upload's document bytes are a span of the
-// body that reads as a JSON object, and an accepted recording's samples lie within it.
+// body that reads as a JSON object whose setup the guard against undoing it reads alike, and an
+// accepted recording's samples lie within it.
 #include "auth/Jwks.h"
 #include "auth/Jwt.h"
 #include "http/PcmWav.h"
@@ -28,7 +29,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (!input.contains(upload->stateBytes) || upload->baseUpdatedAt < 0 ||
             !QJsonDocument::fromJson(upload->stateBytes).isObject())
             std::abort();
+        // The setup guard reads a stored document as the decoder read it when it came in.
+        if (setupCompletedIn(upload->stateBytes) != upload->setupCompleted)
+            std::abort();
     }
+    (void)setupCompletedIn(input);
     if (const auto span = memberSpan(input, QStringLiteral("state"))) {
         if (span->first < 0 || span->first > span->second || span->second > input.size())
             std::abort();

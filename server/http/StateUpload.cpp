@@ -4,6 +4,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 
 namespace quillo::server {
 
@@ -157,11 +158,13 @@ Result<StateUpload, QString> StateUpload::parse(const QByteArray& body) {
 
 bool setupCompletedIn(const QByteArray& document) {
     const auto span = memberSpan(document, QStringLiteral("profile"));
-    if (!span)
-        return false;
-    const QJsonDocument profile =
-        QJsonDocument::fromJson(document.mid(span->first, span->second - span->first));
-    return profile.object().value(u"setupCompleted").toBool();
+    // No single profile member found by the scanner (none, or one given twice): the whole
+    // document is parsed, so that the answer is the one the decoder gave.
+    const QJsonObject profile =
+        span ? QJsonDocument::fromJson(document.mid(span->first, span->second - span->first))
+                   .object()
+             : QJsonDocument::fromJson(document).object().value(u"profile").toObject();
+    return profile.value(u"setupCompleted").toBool();
 }
 
 } // namespace quillo::server
