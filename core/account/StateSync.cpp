@@ -126,9 +126,11 @@ QCoro::Task<> StateSync::saveChanges(bool download) {
 }
 
 void StateSync::forgetBookkeeping() {
-    if (m_session.syncedAt() != 0 || m_session.syncedFingerprint())
+    // Nothing to forget on a first start: the session file is not written for it.
+    if (m_session.syncedAt() != 0 || m_session.syncedFingerprint()) {
         qCInfo(lcSync) << "forgetting how far the document was synchronised";
-    m_session.synced(0, std::nullopt);
+        m_session.synced(0, std::nullopt);
+    }
     m_base.clear();
 }
 
