@@ -132,6 +132,38 @@ void StateSync::forgetBookkeeping() {
         m_session.synced(0, std::nullopt);
     }
     m_base.clear();
+    m_document.apply([](StoredState& state) { state.syncMark.reset(); },
+                     DocumentAccess::Languages::Keep);
+}
+
+void StateSync::followDocument(bool startedFresh) {
+    const std::optional<SyncMark>& mark = m_document.document().syncMark;
+    if (!mark) {
+        // A document that started afresh has no history with the service; one written before
+        // documents carried their mark keeps the record it had.
+        if (startedFresh)
+            forgetBookkeeping();
+        return;
+    }
+    // The process ended after the document reached the disk and before the record caught up.
+    if (mark->syncedAt != m_session.syncedAt() ||
+        mark->fingerprint != m_session.syncedFingerprint()) {
+        qCInfo(lcSync) << "the sync record was behind the document; following the document";
+        m_session.synced(mark->syncedAt, mark->fingerprint);
+    }
+}
+
+QCoro::Task<StateSync::Outcome> StateSync::recordOnceSaved(SyncMark mark) {
+    const std::shared_ptr<bool> alive = m_alive;
+    m_document.apply([&mark](StoredState& state) { state.syncMark = mark; },
+                     DocumentAccess::Languages::Keep);
+    const bool onDisk = co_await m_document.saved();
+    if (!*alive)
+        co_return succeeded;
+    if (!onDisk)
+        co_return Outcome(ApiError(LocalFailure{QStringLiteral("the document was not saved")}));
+    m_session.synced(mark.syncedAt, mark.fingerprint);
+    co_return succeeded;
 }
 
 QCoro::Task<std::optional<StateSync::Fetched>> StateSync::fetchOrLog(QString token) {
@@ -159,25 +191,23 @@ QCoro::Task<StateSync::Outcome> StateSync::upload(QString token) {
         co_return succeeded;
     if (!saved.ok())
         co_return Outcome(saved.error());
-    // Recorded only once the uploaded document is on disk: a record ahead of the disk would
-    // make the next merge read what the disk lacks as deleted.
-    const bool onDisk = co_await m_document.saved();
+    // The new base goes beside the recorded one first; then the document takes its mark, and
+    // the record follows once that is on disk. Wherever the process dies, the document's mark
+    // names a base that is there, and a record behind the mark is brought up to it at start.
+    SyncMark mark{saved.value(), projection.fingerprint};
+    // Tasks with arguments are named before they are awaited: GCC 12 may destroy a temporary
+    // inside a co_await expression twice.
+    auto storing = m_base.store(std::move(projection), m_session.syncedFingerprint());
+    co_await storing;
     if (!*alive)
         co_return succeeded;
-    if (!onDisk)
-        co_return Outcome(ApiError(LocalFailure{QStringLiteral("the document was not saved")}));
-    // The new base goes beside the recorded one before the record moves on to it, so that
-    // whenever the process dies the record has its base.
-    const QString fingerprint = projection.fingerprint;
-    co_await m_base.store(std::move(projection), m_session.syncedFingerprint());
-    if (!*alive)
-        co_return succeeded;
-    m_session.synced(saved.value(), fingerprint);
-    co_return succeeded;
+    auto recording = recordOnceSaved(mark);
+    co_return co_await recording;
 }
 
 QCoro::Task<StateSync::Outcome> StateSync::download(QString token) {
-    const Result<Fetched, ApiError> fetched = co_await fetch(std::move(token));
+    auto fetching = fetch(std::move(token));
+    const Result<Fetched, ApiError> fetched = co_await fetching;
     if (!fetched.ok())
         co_return Outcome(fetched.error());
     co_return succeeded;
@@ -195,34 +225,38 @@ QCoro::Task<Result<StateSync::Fetched, ApiError>> StateSync::fetch(QString token
         co_return Fetched::Unchanged;
     if (!remote.state) {
         // The service holds nothing newer to merge against: the next upload sends everything.
-        m_session.synced(remote.updatedAt, std::nullopt);
         m_base.clear();
+        auto recording = recordOnceSaved(SyncMark{remote.updatedAt, {}});
+        const Outcome recorded = co_await recording;
+        if (!recorded.ok())
+            co_return recorded.error();
         co_return Fetched::Taken;
     }
 
     const AccountProjection downloaded = co_await AccountProjection::inBackground(*remote.state);
     if (!*alive)
         co_return Fetched::Unchanged;
-    const std::optional<QString> baseFingerprint = m_session.syncedFingerprint();
+    const std::optional<QString> recordedFingerprint = m_session.syncedFingerprint();
     const std::optional<StoredState> base =
-        baseFingerprint ? m_base.load(*baseFingerprint) : std::nullopt;
+        recordedFingerprint ? m_base.load(*recordedFingerprint) : std::nullopt;
+    // The service's copy, not the merged one, is the new base: what only this device has still
+    // differs from it and goes up with the next upload.
+    auto storing = m_base.store(downloaded, recordedFingerprint);
+    co_await storing;
+    if (!*alive)
+        co_return Fetched::Unchanged;
+    // Merged after every await, so that no edit made meanwhile is overwritten. The merged
+    // document carries its mark in the same write.
     const StoredState& local = m_document.document();
-    const StoredState merged =
+    StoredState merged =
         base ? local.merging(*base, downloaded.state) : local.adopting(downloaded.state);
-    m_document.apply([&merged](StoredState& state) { state = merged; },
+    merged.syncMark = SyncMark{remote.updatedAt, downloaded.fingerprint};
+    m_document.apply([&merged](StoredState& state) { state = std::move(merged); },
                      DocumentAccess::Languages::Keep);
-    // The merged document reaches the disk before the record that says it was merged.
-    const bool onDisk = co_await m_document.saved();
-    if (!*alive)
-        co_return Fetched::Unchanged;
-    if (!onDisk)
-        co_return ApiError(LocalFailure{QStringLiteral("the merged document was not saved")});
-    // The service's copy, not the merged one: what only this device has still differs from it
-    // and goes up with the next upload.
-    co_await m_base.store(downloaded, m_session.syncedFingerprint());
-    if (!*alive)
-        co_return Fetched::Unchanged;
-    m_session.synced(remote.updatedAt, downloaded.fingerprint);
+    auto recording = recordOnceSaved(SyncMark{remote.updatedAt, downloaded.fingerprint});
+    const Outcome recorded = co_await recording;
+    if (!recorded.ok())
+        co_return recorded.error();
     co_return Fetched::Taken;
 }
 

@@ -61,6 +61,10 @@ public:
     // record does not describe (one that started afresh, or that the service refuses).
     void forgetBookkeeping();
 
+    // At start: the record follows the mark the document carries, which was written with it;
+    // without a mark, a document that `startedFresh` forgets the record.
+    void followDocument(bool startedFresh);
+
     // Ends the quiet period without an upload; work in flight finishes without touching anything.
     void close();
 
@@ -69,6 +73,8 @@ private:
     enum class Fetched { Unchanged, Taken };
 
     QCoro::Task<> saveChanges(bool download);
+    // Gives the document `mark` and records it in the session once the document is on disk.
+    QCoro::Task<Outcome> recordOnceSaved(SyncMark mark);
     QCoro::Task<Result<Fetched, ApiError>> fetch(QString token);
     // The download step; a failure is logged and gives nothing.
     QCoro::Task<std::optional<Fetched>> fetchOrLog(QString token);

@@ -23,10 +23,9 @@ ChatRepository::ChatRepository(StateStore& store, SessionStore& session, const Q
     , m_nudges(*this, session, m_sync, m_conversation) {
     qRegisterMetaType<quillo::StoredState>();
     connect(&session, &SessionStore::accountChanged, this, &ChatRepository::accountChanged);
-    // What was recorded about an earlier document describes a history this one does not have:
-    // merged against it, the fresh document would read as the user deleting everything.
-    if (store.startedFresh())
-        m_sync.forgetBookkeeping();
+    // The record of how far the document was synchronised is bound to the document: a record
+    // about an earlier document would make the fresh one read as the user deleting everything.
+    m_sync.followDocument(store.startedFresh());
 }
 
 ChatRepository::~ChatRepository() {

@@ -282,6 +282,19 @@ QByteArray compactDocumentJson(const StoredState& state) {
     writeProfile(out, state.profile);
     out.key("speechLanguage");
     out.string(state.speechLanguage);
+    if (state.syncMark) {
+        out.key("syncMark");
+        out.raw('{');
+        if (state.syncMark->fingerprint) {
+            out.key("fingerprint", true);
+            out.string(*state.syncMark->fingerprint);
+            out.key("syncedAt");
+        } else {
+            out.key("syncedAt", true);
+        }
+        out.integer(state.syncMark->syncedAt);
+        out.raw('}');
+    }
     out.key("textSettings");
     out.raw('{');
     out.key("lineSpacing", true);

@@ -107,6 +107,7 @@ StoredState StoredState::forAccount() const {
     account.theme = fresh.theme;
     account.translationCache = fresh.translationCache;
     account.textSettings = fresh.textSettings;
+    account.syncMark = fresh.syncMark;
     return account;
 }
 
@@ -150,11 +151,12 @@ Decoded<StoredState> StoredState::fromJson(const QJsonValue& value) {
         r.lenient<TextSettings>(QStringLiteral("textSettings")).value_or(fresh.textSettings);
     state.speechLanguage =
         r.lenient<QString>(QStringLiteral("speechLanguage")).value_or(fresh.speechLanguage);
+    state.syncMark = r.lenient<SyncMark>(QStringLiteral("syncMark"));
     return state;
 }
 
 QJsonObject StoredState::toJson() const {
-    return {
+    QJsonObject object{
         {QStringLiteral("profile"), profile.toJson()},
         {QStringLiteral("bots"), toJsonValue(bots)},
         {QStringLiteral("messages"), messages.toJson()},
@@ -168,6 +170,9 @@ QJsonObject StoredState::toJson() const {
         {QStringLiteral("textSettings"), textSettings.toJson()},
         {QStringLiteral("speechLanguage"), speechLanguage},
     };
+    if (syncMark)
+        object.insert(QStringLiteral("syncMark"), syncMark->toJson());
+    return object;
 }
 
 } // namespace quillo

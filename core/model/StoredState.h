@@ -4,6 +4,7 @@
 #include "JsonCodec.h"
 #include "Meaning.h"
 #include "MessageList.h"
+#include "SyncMark.h"
 #include "TextSettings.h"
 #include "ThemeChoice.h"
 #include "UserProfile.h"
@@ -30,7 +31,8 @@ struct StoredState {
     ThemeChoice theme = ThemeChoice::System;
     QMap<QString, Meaning> translationCache;
     TextSettings textSettings;
-    QString speechLanguage; // empty: dictation follows the conversation's language
+    QString speechLanguage;           // empty: dictation follows the conversation's language
+    std::optional<SyncMark> syncMark; // absent: never brought into step with the service
 
     // The contact with exactly this id.
     std::optional<BotProfile> bot(const QString& id) const;

@@ -206,7 +206,10 @@ TEST_F(ConversationTest, AReplyForARemovedContactChangesNothing) {
     model.release();
     spinUntil([this] { return repository->typing().isEmpty(); });
 
-    EXPECT_EQ(repository->state(), before);
+    // The removal may have gone up meanwhile, which marks the document; the reply changed nothing.
+    StoredState after = repository->state();
+    after.syncMark = before.syncMark;
+    EXPECT_EQ(after, before);
     EXPECT_TRUE(incoming.isEmpty());
 }
 

@@ -328,3 +328,26 @@ TEST_F(SyncTest, ForgettingTheAccountKeepsTheOwnerUntilTheEmptiedDocumentIsOnDis
     StateStore onDisk(first->path(QStringLiteral("state.json")));
     EXPECT_TRUE(onDisk.load().bots.isEmpty());
 }
+
+TEST_F(SyncTest, ARecordBehindTheDocumentOnDiskCatchesUpAtStart) {
+    second->repository->addUserMessage(QStringLiteral("kenji"), QStringLiteral("hola"));
+    settle(*second);
+
+    // Killed after the merged document reached the disk, before the record caught up with it.
+    const qint64 before = first->session->syncedAt();
+    first->repository->refresh();
+    spinUntil([this] { return first->state().messagesFor(QStringLiteral("kenji")).size() == 1; });
+    ASSERT_TRUE(first->store->flush());
+    EXPECT_EQ(first->session->syncedAt(), before);
+    first->kill();
+    first->start();
+    ASSERT_TRUE(first->state().syncMark);
+    EXPECT_EQ(first->session->syncedAt(), first->state().syncMark->syncedAt);
+    EXPECT_EQ(first->session->syncedFingerprint(), first->state().syncMark->fingerprint);
+
+    // Merging against the right base, a removal on the other device sticks.
+    second->repository->removeBots({QStringLiteral("kenji")});
+    settle(*second);
+    run(first->repository->refresh());
+    EXPECT_FALSE(first->state().bot(QStringLiteral("kenji")));
+}

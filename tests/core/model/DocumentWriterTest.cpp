@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QJsonDocument>
+#include <QJsonObject>
 
 using namespace quillo;
 
@@ -51,6 +52,20 @@ TEST(DocumentWriter, WritesWhatQtsWriterWritesForTheSameDocument) {
               QJsonDocument(state.toJson()).toJson(QJsonDocument::Compact));
     EXPECT_EQ(compactDocumentJson(StoredState()),
               QJsonDocument(StoredState().toJson()).toJson(QJsonDocument::Compact));
+    // The sync mark, with and without a fingerprint; it reads back, and a bad one reads as none.
+    StoredState marked = state;
+    for (const auto& fingerprint :
+         {std::optional<QString>(), std::optional(QStringLiteral("f/+="))}) {
+        marked.syncMark = SyncMark{1'795'000'000'123, fingerprint};
+        const QByteArray bytes = compactDocumentJson(marked);
+        EXPECT_EQ(bytes, QJsonDocument(marked.toJson()).toJson(QJsonDocument::Compact));
+        EXPECT_EQ(StoredState::fromJson(QJsonDocument::fromJson(bytes).object()).value(), marked);
+        EXPECT_FALSE(marked.forAccount().syncMark);
+        EXPECT_FALSE(marked.signedOut().syncMark);
+    }
+    QJsonObject bad = marked.toJson();
+    bad.insert(QStringLiteral("syncMark"), QJsonObject{{QStringLiteral("syncedAt"), true}});
+    EXPECT_FALSE(StoredState::fromJson(bad).value().syncMark);
 }
 
 TEST(DocumentWriter, EveryStringReadsBackExactly) {
