@@ -34,9 +34,12 @@ int serve(const ServerConfig& config, const sigset_t& stopSignals) {
                        .arg(config.listenHost, QString::number(config.listenPort)));
         return 1;
     }
-    qCInfo(lcServer).noquote()
-        << "listening on"
-        << QStringLiteral("http://%1:%2").arg(config.listenHost).arg(server.port());
+    qCInfo(lcServer).noquote() << "listening on"
+                               << QStringLiteral("%1://%2:%3")
+                                      .arg(config.tlsCert.isEmpty() ? QStringLiteral("http")
+                                                                    : QStringLiteral("https"),
+                                           config.listenHost)
+                                      .arg(server.port());
 
     // The signals are blocked in every thread and taken here only, so a stop never lands in the
     // middle of a request; stop() lets the requests in flight finish.

@@ -39,9 +39,14 @@ constexpr Variable variables[] = {
      u"where Google's signing keys are fetched"},
     {u"QUILLO_RELEASE_VERSION", u"(none)", u"newest app version, for the update check"},
     {u"QUILLO_RELEASE_URL", u"(none)", u"where that version can be downloaded"},
-    {u"QUILLO_SERVER_THREADS", u"32", u"request threads"},
+    {u"QUILLO_SERVER_THREADS", u"32", u"threads that serve every connection"},
     {u"QUILLO_MAX_BODY_BYTES", u"67108864", u"largest request body accepted, in bytes"},
     {u"QUILLO_SESSION_IDLE_DAYS", u"30", u"days a session lasts without use"},
+    {u"QUILLO_REQUEST_TIMEOUT", u"30",
+     u"seconds a client may take to send one request, or to read its answer"},
+    {u"QUILLO_TLS_CERT", u"(none)",
+     u"PEM certificate chain file; with a key the service answers HTTPS only"},
+    {u"QUILLO_TLS_KEY", u"(none)", u"PEM private key file of that certificate"},
 };
 
 QString name(const char16_t* variable) {
@@ -225,6 +230,16 @@ ServerConfig::fromEnvironment(const QProcessEnvironment& environment) {
     reader.number(u"QUILLO_MAX_BODY_BYTES", config.maxBodyBytes, 1024,
                   std::numeric_limits<qint64>::max());
     reader.number(u"QUILLO_SESSION_IDLE_DAYS", config.sessionIdleDays, 1, 3650);
+    int requestTimeoutSeconds = config.requestTimeoutMillis / 1000;
+    reader.number(u"QUILLO_REQUEST_TIMEOUT", requestTimeoutSeconds, 1, 3600);
+    config.requestTimeoutMillis = requestTimeoutSeconds * 1000;
+    config.tlsCert = reader.text(u"QUILLO_TLS_CERT");
+    config.tlsKey = reader.text(u"QUILLO_TLS_KEY");
+    if (!reader.error && config.tlsCert.isEmpty() != config.tlsKey.isEmpty()) {
+        reader.error =
+            problem(config.tlsCert.isEmpty() ? u"QUILLO_TLS_CERT" : u"QUILLO_TLS_KEY",
+                    QStringLiteral("set both QUILLO_TLS_CERT and QUILLO_TLS_KEY, or neither"));
+    }
 
     if (reader.error)
         return *reader.error;

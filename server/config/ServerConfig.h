@@ -31,6 +31,9 @@ struct ServerConfig {
     int threads = 32;                       // QUILLO_SERVER_THREADS
     qint64 maxBodyBytes = 64 * 1024 * 1024; // QUILLO_MAX_BODY_BYTES
     int sessionIdleDays = 30;               // QUILLO_SESSION_IDLE_DAYS
+    int requestTimeoutMillis = 30'000;      // QUILLO_REQUEST_TIMEOUT, in seconds there
+    QString tlsCert;                        // QUILLO_TLS_CERT: PEM certificate chain
+    QString tlsKey;                         // QUILLO_TLS_KEY: PEM private key
 
     // The configuration the environment gives, or one line naming the variable that is wrong
     // (the first one, in the order above). Values are trimmed; unset or blank means the default.

@@ -4,14 +4,11 @@
 #include "Routes.h"
 #include "storage/Storage.h"
 
-#include <httplib.h>
-
 namespace quillo::server {
 
 namespace {
 
-void showAccount(const ApiContext& api, const httplib::Request& request,
-                 httplib::Response& response) {
+void showAccount(const ApiContext& api, const HttpRequest& request, HttpResponse& response) {
     const auto caller = api.authenticate(request, response);
     if (!caller)
         return;
@@ -23,8 +20,7 @@ void showAccount(const ApiContext& api, const httplib::Request& request,
               {QStringLiteral("account"), api.accountJson(*account, api.today())}});
 }
 
-void deleteAccount(const ApiContext& api, const httplib::Request& request,
-                   httplib::Response& response) {
+void deleteAccount(const ApiContext& api, const HttpRequest& request, HttpResponse& response) {
     const auto caller = api.authenticate(request, response);
     if (!caller)
         return;
@@ -35,13 +31,12 @@ void deleteAccount(const ApiContext& api, const httplib::Request& request,
 } // namespace
 
 void addAccountRoutes(Router& router, const ApiContext& api) {
-    router.get("/v1/account", [&api](const httplib::Request& request, httplib::Response& response) {
+    router.get("/v1/account", [&api](const HttpRequest& request, HttpResponse& response) {
         showAccount(api, request, response);
     });
-    router.remove("/v1/account",
-                  [&api](const httplib::Request& request, httplib::Response& response) {
-                      deleteAccount(api, request, response);
-                  });
+    router.remove("/v1/account", [&api](const HttpRequest& request, HttpResponse& response) {
+        deleteAccount(api, request, response);
+    });
 }
 
 } // namespace quillo::server

@@ -1,11 +1,8 @@
 #include "ApiContext.h"
 
 #include "HttpJson.h"
-#include "RequestLog.h"
 #include "auth/Secrets.h"
 #include "storage/Storage.h"
-
-#include <httplib.h>
 
 namespace quillo::server {
 
@@ -14,9 +11,8 @@ namespace {
 constexpr qint64 millisPerDay = 24 * 60 * 60 * 1000;
 
 // The token of an "Authorization: Bearer TOKEN" header; empty when there is none.
-QString bearerToken(const httplib::Request& request) {
-    const QString header =
-        QString::fromStdString(request.get_header_value("Authorization")).trimmed();
+QString bearerToken(const HttpRequest& request) {
+    const QString header = QString::fromStdString(request.header("Authorization")).trimmed();
     const QString scheme = QStringLiteral("bearer ");
     if (!header.startsWith(scheme, Qt::CaseInsensitive))
         return {};
@@ -42,8 +38,8 @@ QJsonObject ApiContext::accountJson(const AccountRow& account, qint64 day) const
     };
 }
 
-std::optional<Caller> ApiContext::authenticate(const httplib::Request& request,
-                                               httplib::Response& response) const {
+std::optional<Caller> ApiContext::authenticate(const HttpRequest& request,
+                                               HttpResponse& response) const {
     const QString token = bearerToken(request);
     if (token.isEmpty()) {
         sendError(response, 401, QStringLiteral("missing session token"));
@@ -56,7 +52,7 @@ std::optional<Caller> ApiContext::authenticate(const httplib::Request& request,
         sendError(response, 401, QStringLiteral("session expired"));
         return std::nullopt;
     }
-    RequestLog::setAccount(session->accountId);
+    response.accountId = session->accountId;
     return Caller{session->accountId, token};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HttpMessage.h"
 #include "common/Clock.h"
 #include "config/ServerConfig.h"
 
@@ -7,11 +8,6 @@
 #include <QString>
 
 #include <optional>
-
-namespace httplib {
-struct Request;
-struct Response;
-} // namespace httplib
 
 namespace quillo::server {
 
@@ -48,8 +44,7 @@ struct ApiContext {
 
     // The caller of a request that needs a session, its session touched as used. Without one it
     // answers 401 itself and gives nothing.
-    std::optional<Caller> authenticate(const httplib::Request& request,
-                                       httplib::Response& response) const;
+    std::optional<Caller> authenticate(const HttpRequest& request, HttpResponse& response) const;
 };
 
 } // namespace quillo::server

@@ -2,65 +2,64 @@
 
 #include "HttpJson.h"
 #include "RequestLog.h"
-#include "Router.h"
 #include "Routes.h"
 #include "storage/Storage.h"
 
-#include <httplib.h>
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/strand.hpp>
+#include <boost/asio/use_awaitable.hpp>
 
 #include <thread>
+#include <vector>
 
 namespace quillo::server {
+
+namespace asio = boost::asio;
+using tcp = asio::ip::tcp;
+
+namespace {
+
+// Beyond this many open connections new ones are closed at once: each costs a socket and a few
+// kilobytes, and the process has only so many descriptors.
+constexpr size_t maxConnections = 8192;
+
+std::optional<tcp::endpoint> endpointFor(const QString& host, int port) {
+    boost::system::error_code error;
+    const auto address = asio::ip::make_address(host.toStdString(), error);
+    if (!error)
+        return tcp::endpoint(address, asio::ip::port_type(port));
+    asio::io_context resolving;
+    tcp::resolver resolver(resolving);
+    const auto found = resolver.resolve(host.toStdString(), std::to_string(port), error);
+    if (error || found.empty())
+        return std::nullopt;
+    return found.begin()->endpoint();
+}
+
+} // namespace
 
 ApiServer::ApiServer(ServerConfig config, Storage& storage, ModelClient& model,
                      TranscribeClient& transcriber, GoogleIdTokenVerifier& verifier,
                      const Clock& clock)
     : m_api{std::move(config), storage, model, transcriber, verifier, clock}
-    , m_server(std::make_unique<httplib::Server>())
-    , m_router(std::make_unique<Router>(*m_server)) {
-    const size_t threads = size_t(std::max(1, m_api.config.threads));
-    m_server->new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
-    // Small JSON answers must not wait for the client's delayed acknowledgement.
-    m_server->set_tcp_nodelay(true);
-    m_server->set_payload_max_length(size_t(std::max<qint64>(0, m_api.config.maxBodyBytes)));
-
-    m_server->set_pre_routing_handler([](const httplib::Request&, httplib::Response&) {
-        RequestLog::begin();
-        return httplib::Server::HandlerResponse::Unhandled;
-    });
-    m_server->set_logger([](const httplib::Request& request, const httplib::Response& response) {
-        RequestLog::finish(request.method, request.path, response.status);
-    });
-    // Called for every answer of 400 or more: the handlers' own errors already have their body;
-    // what the HTTP layer refused by itself (unknown route, body too large) gets one here.
-    m_server->set_error_handler(httplib::Server::HandlerWithResponse(
-        [this](const httplib::Request& request, httplib::Response& response) {
-            if (response.body.empty())
-                answerFailure(request.path, response.status, response);
-            return httplib::Server::HandlerResponse::Handled;
-        }));
-    m_server->set_exception_handler(
-        [](const httplib::Request&, httplib::Response& response, std::exception_ptr error) {
-            try {
-                std::rethrow_exception(error);
-            } catch (const StorageError& failure) {
-                qCWarning(lcHttp).noquote() << "storage failed:" << failure.what();
-                sendError(response, 503, QStringLiteral("storage unavailable"));
-            } catch (const std::exception& failure) {
-                qCWarning(lcHttp).noquote() << "request failed:" << failure.what();
-                sendError(response, 500, QStringLiteral("internal error"));
-            } catch (...) {
-                qCWarning(lcHttp) << "request failed";
-                sendError(response, 500, QStringLiteral("internal error"));
-            }
-        });
-
-    addSessionRoutes(*m_router, m_api);
-    addAccountRoutes(*m_router, m_api);
-    addStateRoutes(*m_router, m_api);
-    addReplyRoutes(*m_router, m_api);
-    addTranscribeRoutes(*m_router, m_api);
-    addAppRoutes(*m_router, m_api);
+    , m_connections{m_router, ConnectionLimits{}, {}}
+    , m_io(std::max(1, m_api.config.threads))
+    , m_acceptor(m_io) {
+    m_connections.limits.requestTimeout =
+        std::chrono::milliseconds(std::max(1, m_api.config.requestTimeoutMillis));
+    m_connections.failed = [this](const HttpRequest& request, HttpResponse& response,
+                                  const std::exception_ptr& error) {
+        failed(request, response, error);
+    };
+    addSessionRoutes(m_router, m_api);
+    addAccountRoutes(m_router, m_api);
+    addStateRoutes(m_router, m_api);
+    addReplyRoutes(m_router, m_api);
+    addTranscribeRoutes(m_router, m_api);
+    addAppRoutes(m_router, m_api);
 }
 
 ApiServer::~ApiServer() {
@@ -70,55 +69,115 @@ ApiServer::~ApiServer() {
 bool ApiServer::bind() {
     if (m_port > 0)
         return true;
-    const std::string host = m_api.config.listenHost.toStdString();
-    const int wanted = m_api.config.listenPort;
-    if (wanted == 0)
-        m_port = std::max(0, m_server->bind_to_any_port(host));
-    else if (m_server->bind_to_port(host, wanted))
-        m_port = wanted;
+    if (!m_api.config.tlsCert.isEmpty()) {
+        try {
+            m_tls.emplace(asio::ssl::context::tls_server);
+            m_tls->set_options(asio::ssl::context::default_workarounds |
+                               asio::ssl::context::no_sslv2 | asio::ssl::context::no_sslv3 |
+                               asio::ssl::context::no_tlsv1 | asio::ssl::context::no_tlsv1_1);
+            m_tls->use_certificate_chain_file(m_api.config.tlsCert.toStdString());
+            m_tls->use_private_key_file(m_api.config.tlsKey.toStdString(), asio::ssl::context::pem);
+        } catch (const boost::system::system_error& failure) {
+            qCWarning(lcHttp).noquote()
+                << "cannot use the TLS certificate and key:" << failure.what();
+            m_tls.reset();
+            return false;
+        }
+    }
+    const auto endpoint = endpointFor(m_api.config.listenHost, m_api.config.listenPort);
+    if (!endpoint)
+        return false;
+    boost::system::error_code error;
+    m_acceptor.open(endpoint->protocol(), error);
+    if (!error)
+        m_acceptor.set_option(tcp::acceptor::reuse_address(true), error);
+    if (!error)
+        m_acceptor.bind(*endpoint, error);
+    if (!error)
+        m_acceptor.listen(asio::socket_base::max_listen_connections, error);
+    if (error) {
+        boost::system::error_code ignored;
+        m_acceptor.close(ignored);
+        return false;
+    }
+    m_port = m_acceptor.local_endpoint(error).port();
     return m_port > 0;
 }
 
 bool ApiServer::listen() {
     if (!bind())
         return false;
-    // Paired with stop(): whichever of the two comes second sees the other's flag.
-    m_listening = true;
-    if (m_stopRequested) {
-        m_listening = false;
+    if (m_stopRequested)
         return true;
-    }
-    const bool served = m_server->listen_after_bind();
-    m_listening = false;
-    return served;
+    asio::co_spawn(m_io, acceptLoop(), asio::detached);
+    // Every connection shares these few threads; a handler that waits on the model holds none.
+    std::vector<std::thread> helpers;
+    for (int i = 1; i < std::max(1, m_api.config.threads); ++i)
+        helpers.emplace_back([this] { m_io.run(); });
+    m_io.run();
+    for (auto& helper : helpers)
+        helper.join();
+    return true;
 }
 
 void ApiServer::stop() {
-    m_stopRequested = true;
-    // httplib ignores stop() until its accept loop runs, which is a moment after listen() began.
-    while (m_listening && !m_server->is_running())
-        std::this_thread::yield();
-    m_server->stop();
+    if (m_stopRequested.exchange(true))
+        return;
+    // Runs on the server's threads once listen() runs them; before that, listen() sees the flag.
+    asio::post(m_io, [this] {
+        boost::system::error_code ignored;
+        m_acceptor.close(ignored);
+        std::lock_guard lock(m_liveMutex);
+        for (const auto& [id, connection] : m_live) {
+            if (const auto live = connection.lock())
+                live->abort();
+        }
+    });
 }
 
-void ApiServer::answerFailure(const std::string& path, int status,
-                              httplib::Response& response) const {
-    switch (status) {
-    case 404: {
-        const std::string allowed = m_router->allowedMethods(path);
-        if (allowed.empty())
-            return sendError(response, 404, QStringLiteral("not found"));
-        response.set_header("Allow", allowed);
-        return sendError(response, 405, QStringLiteral("method not allowed"));
+asio::awaitable<void> ApiServer::acceptLoop() {
+    constexpr auto noThrow = asio::as_tuple(asio::use_awaitable);
+    for (;;) {
+        auto [error, socket] = co_await m_acceptor.async_accept(asio::make_strand(m_io), noThrow);
+        if (error == asio::error::operation_aborted || !m_acceptor.is_open())
+            co_return;
+        if (error)
+            continue; // out of descriptors or the client gave up: the next one may do
+        socket.set_option(tcp::no_delay(true), error);
+        const auto connection = std::make_shared<HttpConnection>(
+            std::move(socket), m_tls ? &*m_tls : nullptr, m_connections);
+        std::uint64_t id = 0;
+        {
+            std::lock_guard lock(m_liveMutex);
+            // A stop that already went through the list must not miss this one.
+            if (m_live.size() >= maxConnections || m_stopRequested)
+                continue;
+            id = ++m_nextConnection;
+            m_live.emplace(id, connection);
+        }
+        asio::co_spawn(connection->executor(), connection->run(),
+                       [this, id, connection](const std::exception_ptr&) { forget(id); });
     }
-    case 413:
-        return sendError(response, 413, QStringLiteral("body too large"));
-    case 414:
-        return sendError(response, 414, QStringLiteral("address too long"));
-    case 400:
-        return sendError(response, 400, QStringLiteral("malformed request"));
-    default:
-        return sendError(response, status, QStringLiteral("request failed"));
+}
+
+void ApiServer::forget(std::uint64_t connection) {
+    std::lock_guard lock(m_liveMutex);
+    m_live.erase(connection);
+}
+
+void ApiServer::failed(const HttpRequest&, HttpResponse& response,
+                       const std::exception_ptr& error) const {
+    try {
+        std::rethrow_exception(error);
+    } catch (const StorageError& failure) {
+        qCWarning(lcHttp).noquote() << "storage failed:" << failure.what();
+        sendError(response, 503, QStringLiteral("storage unavailable"));
+    } catch (const std::exception& failure) {
+        qCWarning(lcHttp).noquote() << "request failed:" << failure.what();
+        sendError(response, 500, QStringLiteral("internal error"));
+    } catch (...) {
+        qCWarning(lcHttp) << "request failed";
+        sendError(response, 500, QStringLiteral("internal error"));
     }
 }
 

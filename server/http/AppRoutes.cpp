@@ -7,13 +7,11 @@
 
 #include <QStringList>
 
-#include <httplib.h>
-
 namespace quillo::server {
 
 namespace {
 
-void release(const ApiContext& api, httplib::Response& response) {
+void release(const ApiContext& api, HttpResponse& response) {
     if (api.config.releaseVersion.isEmpty() || api.config.releaseUrl.isEmpty())
         return sendError(response, 404, QStringLiteral("no release published"));
     sendJson(response, 200,
@@ -29,28 +27,29 @@ bool storageUp(const ApiContext& api) {
     }
 }
 
-void readiness(const ApiContext& api, httplib::Response& response) {
+boost::asio::awaitable<void> readiness(const ApiContext& api, HttpResponse& response) {
     QStringList down;
     if (!storageUp(api))
         down += QStringLiteral("storage unavailable");
-    if (!api.model.reachable())
+    if (!co_await api.model.reachable())
         down += QStringLiteral("model unreachable");
-    if (!down.isEmpty())
-        return sendError(response, 503, down.join(QStringLiteral(", ")));
+    if (!down.isEmpty()) {
+        sendError(response, 503, down.join(QStringLiteral(", ")));
+        co_return;
+    }
     sendJson(response, 200, {{QStringLiteral("status"), QStringLiteral("ready")}});
 }
 
 } // namespace
 
 void addAppRoutes(Router& router, const ApiContext& api) {
-    router.get("/v1/apps/mac", [&api](const httplib::Request&, httplib::Response& response) {
-        release(api, response);
-    });
-    router.get("/healthz", [](const httplib::Request&, httplib::Response& response) {
+    router.get("/v1/apps/mac",
+               [&api](const HttpRequest&, HttpResponse& response) { release(api, response); });
+    router.get("/healthz", [](const HttpRequest&, HttpResponse& response) {
         sendJson(response, 200, {{QStringLiteral("status"), QStringLiteral("ok")}});
     });
-    router.get("/readyz", [&api](const httplib::Request&, httplib::Response& response) {
-        readiness(api, response);
+    router.getAsync("/readyz", [&api](const HttpRequest&, HttpResponse& response) {
+        return readiness(api, response);
     });
 }
 

@@ -9,8 +9,6 @@
 
 #include <QJsonArray>
 
-#include <httplib.h>
-
 namespace quillo::server {
 
 namespace {
@@ -54,7 +52,7 @@ Result<ReplyRequest, QString> parseReplyRequest(const QJsonObject& body) {
 }
 
 // Every way the model can fail is one the app retries later; it never gets a made-up reply.
-void sendModelFailure(httplib::Response& response, const ModelFailure& failure) {
+void sendModelFailure(HttpResponse& response, const ModelFailure& failure) {
     switch (failure.kind) {
     case ModelFailure::Kind::Busy:
         return sendError(response, 429, QStringLiteral("model busy"));
@@ -68,33 +66,45 @@ void sendModelFailure(httplib::Response& response, const ModelFailure& failure) 
     sendError(response, 502, QStringLiteral("model failed"));
 }
 
-void reply(const ApiContext& api, const httplib::Request& request, httplib::Response& response) {
+boost::asio::awaitable<void> reply(const ApiContext& api, const HttpRequest& request,
+                                   HttpResponse& response) {
     const auto caller = api.authenticate(request, response);
     if (!caller)
-        return;
+        co_return;
     const auto body = jsonObjectBody(request);
-    if (!body)
-        return sendError(response, 400, body.error());
-    const auto parsed = parseReplyRequest(*body);
-    if (!parsed)
-        return sendError(response, 400, parsed.error());
+    if (!body) {
+        sendError(response, 400, body.error());
+        co_return;
+    }
+    auto parsed = parseReplyRequest(*body);
+    if (!parsed) {
+        sendError(response, 400, parsed.error());
+        co_return;
+    }
 
     // The reply is taken from the allowance before the model is asked, so that concurrent
     // requests can never go past the limit; a failed one gives it back. The day is fixed here so
     // that a reply straddling midnight is given back to the day it was taken from.
     const qint64 day = api.today();
-    if (!api.storage.reserveReply(caller->accountId, day, api.config.dailyLimit))
-        return sendError(response, 402, QStringLiteral("daily limit reached"));
-    const auto content =
-        api.model.complete(parsed->messages, parsed->maxTokens, parsed->temperature);
+    if (!api.storage.reserveReply(caller->accountId, day, api.config.dailyLimit)) {
+        sendError(response, 402, QStringLiteral("daily limit reached"));
+        co_return;
+    }
+    ReplyRequest asked = std::move(parsed).value();
+    auto completion =
+        api.model.complete(std::move(asked.messages), asked.maxTokens, asked.temperature);
+    const auto content = co_await std::move(completion);
     if (!content) {
         api.storage.releaseReply(caller->accountId, day);
         qCInfo(lcHttp).noquote() << "model gave no reply:" << content.error().detail;
-        return sendModelFailure(response, content.error());
+        sendModelFailure(response, content.error());
+        co_return;
     }
     const auto account = api.storage.account(caller->accountId);
-    if (!account)
-        return sendError(response, 401, QStringLiteral("session expired"));
+    if (!account) {
+        sendError(response, 401, QStringLiteral("session expired"));
+        co_return;
+    }
     sendJson(response, 200,
              {{QStringLiteral("content"), *content},
               {QStringLiteral("account"), api.accountJson(*account, day)}});
@@ -103,9 +113,11 @@ void reply(const ApiContext& api, const httplib::Request& request, httplib::Resp
 } // namespace
 
 void addReplyRoutes(Router& router, const ApiContext& api) {
-    router.post("/v1/reply", [&api](const httplib::Request& request, httplib::Response& response) {
-        reply(api, request, response);
-    });
+    // Sixty-four messages of history and a system prompt fit well within a megabyte.
+    router.postAsync("/v1/reply", BodyRule{1024 * 1024},
+                     [&api](const HttpRequest& request, HttpResponse& response) {
+                         return reply(api, request, response);
+                     });
 }
 
 } // namespace quillo::server

@@ -1,20 +1,10 @@
 #include "RequestLog.h"
 
-#include <chrono>
-#include <optional>
-
 namespace quillo::server {
 
 Q_LOGGING_CATEGORY(lcHttp, "quillo.http")
 
 namespace {
-
-struct Current {
-    std::optional<std::chrono::steady_clock::time_point> started;
-    std::optional<qint64> accountId;
-};
-
-thread_local Current current;
 
 // Paths come from the network: keep one line one line, and short.
 QString printable(const std::string& text) {
@@ -31,27 +21,13 @@ QString printable(const std::string& text) {
 
 } // namespace
 
-void RequestLog::begin() {
-    current = Current{std::chrono::steady_clock::now(), std::nullopt};
-}
-
-void RequestLog::setAccount(qint64 accountId) {
-    current.accountId = accountId;
-}
-
-void RequestLog::finish(const std::string& method, const std::string& path, int status) {
-    QString line = printable(method) + u' ' + printable(path) + u' ' + QString::number(status);
-    if (current.started) {
-        const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
-            std::chrono::steady_clock::now() - *current.started);
-        line += u' ' + QString::number(elapsed.count()) + QStringLiteral("ms");
-    } else {
-        line += QStringLiteral(" -ms");
-    }
-    if (current.accountId)
-        line += QStringLiteral(" account=") + QString::number(*current.accountId);
+void logRequest(const std::string& method, const std::string& path, int status,
+                std::chrono::milliseconds elapsed, std::optional<qint64> accountId) {
+    QString line = printable(method) + u' ' + printable(path) + u' ' + QString::number(status) +
+                   u' ' + QString::number(elapsed.count()) + QStringLiteral("ms");
+    if (accountId)
+        line += QStringLiteral(" account=") + QString::number(*accountId);
     qCInfo(lcHttp).noquote() << line;
-    current = Current{};
 }
 
 } // namespace quillo::server

@@ -1,57 +1,57 @@
 #include "Router.h"
 
-#include <httplib.h>
-
 namespace quillo::server {
 
-namespace {
-
-// Route paths are literal; httplib takes them as patterns, so dots must not match anything.
-std::string pattern(const std::string& path) {
-    std::string escaped;
-    for (const char c : path) {
-        if (c == '.')
-            escaped += '\\';
-        escaped += c;
-    }
-    return escaped;
-}
-
-} // namespace
-
-Router::Router(httplib::Server& server)
-    : m_server(server) {}
-
 void Router::get(const std::string& path, Handler handler) {
-    m_server.Get(pattern(path), std::move(handler));
-    remember(path, "GET");
+    add(path, "GET", Route{{}, std::move(handler), {}});
 }
 
-void Router::post(const std::string& path, Handler handler) {
-    m_server.Post(pattern(path), std::move(handler));
-    remember(path, "POST");
+void Router::getAsync(const std::string& path, AsyncHandler handler) {
+    add(path, "GET", Route{{}, {}, std::move(handler)});
 }
 
-void Router::put(const std::string& path, Handler handler) {
-    m_server.Put(pattern(path), std::move(handler));
-    remember(path, "PUT");
+void Router::post(const std::string& path, BodyRule body, Handler handler) {
+    add(path, "POST", Route{body, std::move(handler), {}});
+}
+
+void Router::postAsync(const std::string& path, BodyRule body, AsyncHandler handler) {
+    add(path, "POST", Route{body, {}, std::move(handler)});
+}
+
+void Router::put(const std::string& path, BodyRule body, Handler handler) {
+    add(path, "PUT", Route{body, std::move(handler), {}});
 }
 
 void Router::remove(const std::string& path, Handler handler) {
-    m_server.Delete(pattern(path), std::move(handler));
-    remember(path, "DELETE");
+    add(path, "DELETE", Route{{}, std::move(handler), {}});
 }
 
-std::string Router::allowedMethods(const std::string& path) const {
-    const auto found = m_allowed.find(path);
-    return found == m_allowed.end() ? std::string() : found->second;
+const Router::Route* Router::find(std::string_view method, std::string_view path) const {
+    const auto found = m_routes.find(path);
+    if (found == m_routes.end())
+        return nullptr;
+    for (const auto& [name, route] : found->second) {
+        if (name == method)
+            return &route;
+    }
+    return nullptr;
 }
 
-void Router::remember(const std::string& path, const char* method) {
-    std::string& methods = m_allowed[path];
-    if (!methods.empty())
-        methods += ", ";
-    methods += method;
+std::string Router::allowedMethods(std::string_view path) const {
+    std::string methods;
+    const auto found = m_routes.find(path);
+    if (found == m_routes.end())
+        return methods;
+    for (const auto& [name, route] : found->second) {
+        if (!methods.empty())
+            methods += ", ";
+        methods += name;
+    }
+    return methods;
+}
+
+void Router::add(const std::string& path, std::string method, Route route) {
+    m_routes[path].emplace_back(std::move(method), std::move(route));
 }
 
 } // namespace quillo::server

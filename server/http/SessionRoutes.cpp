@@ -8,8 +8,6 @@
 #include "auth/Secrets.h"
 #include "storage/Storage.h"
 
-#include <httplib.h>
-
 namespace quillo::server {
 
 namespace {
@@ -20,7 +18,7 @@ bool present(const QJsonValue& value) {
 
 // The account a Google ID token proves, or the answer already given.
 std::optional<AccountRow> googleAccount(const ApiContext& api, const QJsonValue& idToken,
-                                        httplib::Response& response) {
+                                        HttpResponse& response) {
     if (!idToken.isString()) {
         sendError(response, 400, QStringLiteral("idToken: expected text"));
         return std::nullopt;
@@ -41,7 +39,7 @@ std::optional<AccountRow> googleAccount(const ApiContext& api, const QJsonValue&
 
 // The account an access code from `quillo-server invite` belongs to, or the answer given.
 std::optional<AccountRow> codeAccount(const ApiContext& api, const QJsonValue& reviewCode,
-                                      httplib::Response& response) {
+                                      HttpResponse& response) {
     if (!reviewCode.isString()) {
         sendError(response, 400, QStringLiteral("reviewCode: expected text"));
         return std::nullopt;
@@ -57,7 +55,7 @@ std::optional<AccountRow> codeAccount(const ApiContext& api, const QJsonValue& r
     return account;
 }
 
-void signIn(const ApiContext& api, const httplib::Request& request, httplib::Response& response) {
+void signIn(const ApiContext& api, const HttpRequest& request, HttpResponse& response) {
     const auto body = jsonObjectBody(request);
     if (!body)
         return sendError(response, 400, body.error());
@@ -70,7 +68,7 @@ void signIn(const ApiContext& api, const httplib::Request& request, httplib::Res
                                           : codeAccount(api, reviewCode, response);
     if (!account)
         return;
-    RequestLog::setAccount(account->id);
+    response.accountId = account->id;
     const QByteArray token = randomToken(32);
     api.storage.createSession(account->id, sha256(token), api.now());
     sendJson(response, 200,
@@ -81,8 +79,9 @@ void signIn(const ApiContext& api, const httplib::Request& request, httplib::Res
 } // namespace
 
 void addSessionRoutes(Router& router, const ApiContext& api) {
-    router.post("/v1/session",
-                [&api](const httplib::Request& request, httplib::Response& response) {
+    // Sign-in takes a code or an ID token: a few kilobytes at most.
+    router.post("/v1/session", BodyRule{16 * 1024},
+                [&api](const HttpRequest& request, HttpResponse& response) {
                     signIn(api, request, response);
                 });
 }

@@ -5,24 +5,25 @@
 #include "StateUpload.h"
 #include "storage/Storage.h"
 
-#include <httplib.h>
+#include <algorithm>
 
 namespace quillo::server {
 
 namespace {
 
 // The `since` of a download: a non-negative whole number in decimal digits, nothing else.
-std::optional<qint64> sinceParameter(const httplib::Request& request) {
-    if (!request.has_param("since"))
+std::optional<qint64> sinceParameter(const HttpRequest& request) {
+    const auto since = request.parameter("since");
+    if (!since)
         return std::nullopt;
-    const std::string text = request.get_param_value("since");
+    const std::string& text = *since;
     if (text.empty() || text.size() > 18 ||
         text.find_first_not_of("0123456789") != std::string::npos)
         return std::nullopt;
     return std::stoll(text);
 }
 
-void download(const ApiContext& api, const httplib::Request& request, httplib::Response& response) {
+void download(const ApiContext& api, const HttpRequest& request, HttpResponse& response) {
     const auto caller = api.authenticate(request, response);
     if (!caller)
         return;
@@ -52,7 +53,7 @@ void download(const ApiContext& api, const httplib::Request& request, httplib::R
     sendJsonBytes(response, 200, body);
 }
 
-void upload(const ApiContext& api, const httplib::Request& request, httplib::Response& response) {
+void upload(const ApiContext& api, const HttpRequest& request, HttpResponse& response) {
     const auto caller = api.authenticate(request, response);
     if (!caller)
         return;
@@ -85,10 +86,12 @@ void upload(const ApiContext& api, const httplib::Request& request, httplib::Res
 } // namespace
 
 void addStateRoutes(Router& router, const ApiContext& api) {
-    router.get("/v1/state", [&api](const httplib::Request& request, httplib::Response& response) {
+    router.get("/v1/state", [&api](const HttpRequest& request, HttpResponse& response) {
         download(api, request, response);
     });
-    router.put("/v1/state", [&api](const httplib::Request& request, httplib::Response& response) {
+    // The one body worth compressing: the whole document.
+    const BodyRule document{size_t(std::max<qint64>(0, api.config.maxBodyBytes)), true};
+    router.put("/v1/state", document, [&api](const HttpRequest& request, HttpResponse& response) {
         upload(api, request, response);
     });
 }

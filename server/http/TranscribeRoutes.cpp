@@ -6,8 +6,6 @@
 #include "Routes.h"
 #include "upstream/TranscribeClient.h"
 
-#include <httplib.h>
-
 #include <algorithm>
 #include <optional>
 
@@ -43,7 +41,7 @@ std::optional<QString> spokenLanguage(const QString& code) {
     return language;
 }
 
-void sendTranscribeFailure(httplib::Response& response, const ModelFailure& failure) {
+void sendTranscribeFailure(HttpResponse& response, const ModelFailure& failure) {
     switch (failure.kind) {
     case ModelFailure::Kind::Busy:
         return sendError(response, 429, QStringLiteral("transcriber busy"));
@@ -59,31 +57,37 @@ void sendTranscribeFailure(httplib::Response& response, const ModelFailure& fail
 
 // Dictation is not a model reply: it needs a session but takes nothing from the daily allowance.
 // Neither the audio nor the text it becomes is logged.
-void transcribe(const ApiContext& api, const httplib::Request& request,
-                httplib::Response& response) {
+boost::asio::awaitable<void> transcribe(const ApiContext& api, const HttpRequest& request,
+                                        HttpResponse& response) {
     if (!api.authenticate(request, response))
-        return;
-    if (!api.transcriber.configured())
-        return sendError(response, 503, QStringLiteral("transcription not configured"));
-    if (request.body.size() > maxAudioBytes)
-        return sendError(response, 413, QStringLiteral("audio too large"));
-
-    const QString code = QString::fromStdString(request.get_param_value("language"));
+        co_return;
+    if (!api.transcriber.configured()) {
+        sendError(response, 503, QStringLiteral("transcription not configured"));
+        co_return;
+    }
+    const QString code =
+        QString::fromStdString(request.parameter("language").value_or(std::string()));
     std::optional<QString> language = QString();
     if (!code.isEmpty())
         language = spokenLanguage(code);
-    if (!language)
-        return sendError(response, 400,
-                         QStringLiteral("language: expected a code such as en or pt-BR"));
+    if (!language) {
+        sendError(response, 400, QStringLiteral("language: expected a code such as en or pt-BR"));
+        co_return;
+    }
 
-    const QByteArray wav(request.body.data(), qsizetype(request.body.size()));
-    if (const auto format = PcmWav::parse(wav); !format)
-        return sendError(response, 400, format.error());
+    QByteArray wav(request.body.data(), qsizetype(request.body.size()));
+    if (const auto format = PcmWav::parse(wav); !format) {
+        sendError(response, 400, format.error());
+        co_return;
+    }
 
-    const auto text = api.transcriber.transcribe(wav, *language);
+    QString spoken = *language;
+    auto transcription = api.transcriber.transcribe(std::move(wav), std::move(spoken));
+    const auto text = co_await std::move(transcription);
     if (!text) {
         qCInfo(lcHttp).noquote() << "transcriber gave no text:" << text.error().detail;
-        return sendTranscribeFailure(response, text.error());
+        sendTranscribeFailure(response, text.error());
+        co_return;
     }
     sendJson(response, 200, {{QStringLiteral("text"), *text}});
 }
@@ -91,10 +95,10 @@ void transcribe(const ApiContext& api, const httplib::Request& request,
 } // namespace
 
 void addTranscribeRoutes(Router& router, const ApiContext& api) {
-    router.post("/v1/transcribe",
-                [&api](const httplib::Request& request, httplib::Response& response) {
-                    transcribe(api, request, response);
-                });
+    router.postAsync("/v1/transcribe", BodyRule{maxAudioBytes, false, "audio too large"},
+                     [&api](const HttpRequest& request, HttpResponse& response) {
+                         return transcribe(api, request, response);
+                     });
 }
 
 } // namespace quillo::server

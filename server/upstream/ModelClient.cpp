@@ -45,11 +45,13 @@ std::optional<QString> replyText(const std::string& body) {
 ModelClient::ModelClient(const ServerConfig& config)
     : m_config(config) {}
 
-Result<QString, ModelFailure> ModelClient::complete(const QJsonArray& messages, int maxTokens,
-                                                    double temperature) const {
-    const auto endpoint = parseEndpoint(m_config.modelUrl);
-    if (!endpoint)
-        return ModelFailure{ModelFailure::Kind::Unreachable, QStringLiteral("unusable model URL")};
+boost::asio::awaitable<Result<QString, ModelFailure>>
+ModelClient::complete(QJsonArray messages, int maxTokens, double temperature) const {
+    auto endpoint = parseEndpoint(m_config.modelUrl);
+    if (!endpoint) {
+        co_return ModelFailure{ModelFailure::Kind::Unreachable,
+                               QStringLiteral("unusable model URL")};
+    }
 
     QJsonObject request{
         {QStringLiteral("model"), m_config.modelName},
@@ -63,31 +65,31 @@ Result<QString, ModelFailure> ModelClient::complete(const QJsonArray& messages, 
     }
 
     const std::chrono::seconds timeout(std::max(1, m_config.modelTimeoutSeconds));
-    const auto client = clientFor(*endpoint, std::min(timeout, std::chrono::seconds(10)), timeout,
-                                  m_config.modelKey);
-
-    const UpstreamCall call(QStringLiteral("model"), timeout);
-    const httplib::Result answer =
-        client->Post(endpoint->basePath + "/chat/completions", compactJson(request).toStdString(),
-                     "application/json");
+    UpstreamRequest call{"POST", "/chat/completions", "application/json",
+                         compactJson(request).toStdString(), m_config.modelKey};
+    auto exchange =
+        callUpstream(QStringLiteral("model"), std::move(*endpoint), std::move(call), timeout);
+    const auto answer = co_await std::move(exchange);
     if (!answer)
-        return call.failure(answer.error());
-    if (auto refused = call.failure(answer->status))
-        return *refused;
+        co_return answer.error();
+    if (auto refused = failureOf(QStringLiteral("model"), answer->status))
+        co_return *refused;
     if (auto text = replyText(answer->body))
-        return *text;
-    return ModelFailure{ModelFailure::Kind::Failed,
-                        QStringLiteral("model answer has no text content")};
+        co_return *text;
+    co_return ModelFailure{ModelFailure::Kind::Failed,
+                           QStringLiteral("model answer has no text content")};
 }
 
-bool ModelClient::reachable() const {
-    const auto endpoint = parseEndpoint(m_config.modelUrl);
+boost::asio::awaitable<bool> ModelClient::reachable() const {
+    auto endpoint = parseEndpoint(m_config.modelUrl);
     if (!endpoint)
-        return false;
-    const auto client =
-        clientFor(*endpoint, std::chrono::seconds(2), std::chrono::seconds(2), m_config.modelKey);
+        co_return false;
+    UpstreamRequest call{"GET", "/models", {}, {}, m_config.modelKey};
+    auto exchange = callUpstream(QStringLiteral("model"), std::move(*endpoint), std::move(call),
+                                 std::chrono::seconds(2));
     // Any HTTP answer will do: some servers want a key for /models, yet are up.
-    return static_cast<bool>(client->Get(endpoint->basePath + "/models"));
+    const auto answer = co_await std::move(exchange);
+    co_return answer.ok();
 }
 
 } // namespace quillo::server

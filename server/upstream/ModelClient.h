@@ -7,21 +7,23 @@
 #include <QJsonArray>
 #include <QString>
 
+#include <boost/asio/awaitable.hpp>
+
 namespace quillo::server {
 
-// Talks to an OpenAI-compatible chat-completions endpoint. Safe to use from many request
-// threads at once (one connection per call).
+// Talks to an OpenAI-compatible chat-completions endpoint. Safe to use from many requests at
+// once (one connection per call); a call waiting on the model holds no thread.
 class ModelClient {
 public:
     explicit ModelClient(const ServerConfig& config);
 
     // POST {model URL}/chat/completions with model, messages, max_tokens, temperature and, in
     // JSON mode, a JSON response format; gives choices[0].message.content.
-    Result<QString, ModelFailure> complete(const QJsonArray& messages, int maxTokens,
-                                           double temperature) const;
+    boost::asio::awaitable<Result<QString, ModelFailure>>
+    complete(QJsonArray messages, int maxTokens, double temperature) const;
 
     // Whether the endpoint answers HTTP at all (GET {model URL}/models), for readiness.
-    bool reachable() const;
+    boost::asio::awaitable<bool> reachable() const;
 
 private:
     ServerConfig m_config;

@@ -1,6 +1,7 @@
 #include "TranscribeClient.h"
 
 #include "UpstreamHttp.h"
+#include "auth/Secrets.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,6 +13,42 @@
 namespace quillo::server {
 
 namespace {
+
+// A multipart/form-data body. The boundary is random, so no part can contain it by chance.
+class MultipartForm {
+public:
+    MultipartForm()
+        : m_boundary("quillo-" + randomToken(24).toStdString()) {}
+
+    void addField(std::string_view name, std::string_view value) {
+        m_body += "--" + m_boundary + "\r\nContent-Disposition: form-data; name=\"";
+        m_body.append(name);
+        m_body += "\"\r\n\r\n";
+        m_body.append(value);
+        m_body += "\r\n";
+    }
+
+    void addFile(std::string_view name, std::string_view fileName, std::string_view type,
+                 std::string_view bytes) {
+        m_body += "--" + m_boundary + "\r\nContent-Disposition: form-data; name=\"";
+        m_body.append(name);
+        m_body += "\"; filename=\"";
+        m_body.append(fileName);
+        m_body += "\"\r\nContent-Type: ";
+        m_body.append(type);
+        m_body += "\r\n\r\n";
+        m_body.append(bytes);
+        m_body += "\r\n";
+    }
+
+    std::string contentType() const { return "multipart/form-data; boundary=" + m_boundary; }
+
+    std::string finish() { return std::move(m_body) + "--" + m_boundary + "--\r\n"; }
+
+private:
+    std::string m_boundary;
+    std::string m_body;
+};
 
 std::optional<QString> transcriptText(const std::string& body) {
     QJsonParseError error;
@@ -34,36 +71,36 @@ bool TranscribeClient::configured() const {
     return !m_config.transcribeUrl.isEmpty();
 }
 
-Result<QString, ModelFailure> TranscribeClient::transcribe(const QByteArray& wav,
-                                                           const QString& language) const {
-    const auto endpoint = parseEndpoint(m_config.transcribeUrl);
+boost::asio::awaitable<Result<QString, ModelFailure>>
+TranscribeClient::transcribe(QByteArray wav, QString language) const {
+    auto endpoint = parseEndpoint(m_config.transcribeUrl);
     if (!endpoint) {
-        return ModelFailure{ModelFailure::Kind::Unreachable,
-                            QStringLiteral("unusable transcription URL")};
+        co_return ModelFailure{ModelFailure::Kind::Unreachable,
+                               QStringLiteral("unusable transcription URL")};
     }
 
-    httplib::MultipartFormDataItems form{
-        {"file", wav.toStdString(), "audio.wav", "audio/wav"},
-        {"model", m_config.transcribeModel.toStdString(), {}, {}},
-        {"response_format", "json", {}, {}},
-    };
+    MultipartForm form;
+    form.addFile("file", "audio.wav", "audio/wav",
+                 std::string_view(wav.constData(), size_t(wav.size())));
+    form.addField("model", m_config.transcribeModel.toStdString());
+    form.addField("response_format", "json");
     if (!language.isEmpty())
-        form.push_back({"language", language.toStdString(), {}, {}});
+        form.addField("language", language.toStdString());
 
     const std::chrono::seconds timeout(std::max(1, m_config.transcribeTimeoutSeconds));
-    const auto client = clientFor(*endpoint, std::min(timeout, std::chrono::seconds(10)), timeout,
-                                  m_config.transcribeKey);
-
-    const UpstreamCall call(QStringLiteral("transcriber"), timeout);
-    const httplib::Result answer = client->Post(endpoint->basePath + "/audio/transcriptions", form);
+    UpstreamRequest call{"POST", "/audio/transcriptions", form.contentType(), form.finish(),
+                         m_config.transcribeKey};
+    auto exchange =
+        callUpstream(QStringLiteral("transcriber"), std::move(*endpoint), std::move(call), timeout);
+    const auto answer = co_await std::move(exchange);
     if (!answer)
-        return call.failure(answer.error());
-    if (auto refused = call.failure(answer->status))
-        return *refused;
+        co_return answer.error();
+    if (auto refused = failureOf(QStringLiteral("transcriber"), answer->status))
+        co_return *refused;
     if (auto text = transcriptText(answer->body))
-        return *text;
-    return ModelFailure{ModelFailure::Kind::Failed,
-                        QStringLiteral("transcriber answer has no text")};
+        co_return *text;
+    co_return ModelFailure{ModelFailure::Kind::Failed,
+                           QStringLiteral("transcriber answer has no text")};
 }
 
 } // namespace quillo::server

@@ -7,10 +7,12 @@
 #include <QByteArray>
 #include <QString>
 
+#include <boost/asio/awaitable.hpp>
+
 namespace quillo::server {
 
-// Talks to an OpenAI-compatible speech-to-text endpoint. Safe to use from many request threads
-// at once (one connection per call).
+// Talks to an OpenAI-compatible speech-to-text endpoint. Safe to use from many requests at once
+// (one connection per call); a call waiting on the transcriber holds no thread.
 class TranscribeClient {
 public:
     explicit TranscribeClient(const ServerConfig& config);
@@ -21,7 +23,8 @@ public:
     // POST {transcribe URL}/audio/transcriptions as multipart/form-data: the WAV as `file`, the
     // model, the ISO 639-1 `language` when there is one, and a JSON response format; gives the
     // answer's "text", trimmed (an empty text is a silent recording, not a failure).
-    Result<QString, ModelFailure> transcribe(const QByteArray& wav, const QString& language) const;
+    boost::asio::awaitable<Result<QString, ModelFailure>> transcribe(QByteArray wav,
+                                                                     QString language) const;
 
 private:
     ServerConfig m_config;

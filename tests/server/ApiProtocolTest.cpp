@@ -66,7 +66,10 @@ TEST_F(ApiProtocol, HostileBodiesGet400s) {
     for (const char* path : {"/v1/session", "/v1/reply"}) {
         for (const QByteArray& body : bodies) {
             const Answer answer = send("POST", path, body, token);
-            EXPECT_EQ(answer.status, 400) << path << ' ' << body.left(40).toStdString();
+            // Sign-in takes 16 KiB at most: the deepest bodies are refused for their size.
+            const bool large = std::string_view(path) == "/v1/session" && body.size() > 16 * 1024;
+            EXPECT_EQ(answer.status, large ? 413 : 400)
+                << path << ' ' << body.left(40).toStdString();
             EXPECT_FALSE(answer.json.value(u"error").toString().isEmpty());
         }
     }

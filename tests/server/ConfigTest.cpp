@@ -159,7 +159,8 @@ TEST(ServerConfig, HelpListsEveryVariableInColumns) {
         "QUILLO_TRANSCRIBE_KEY",    "QUILLO_TRANSCRIBE_TIMEOUT", "QUILLO_DAILY_LIMIT",
         "QUILLO_GOOGLE_CLIENT_IDS", "QUILLO_GOOGLE_JWKS_URL",    "QUILLO_RELEASE_VERSION",
         "QUILLO_RELEASE_URL",       "QUILLO_SERVER_THREADS",     "QUILLO_MAX_BODY_BYTES",
-        "QUILLO_SESSION_IDLE_DAYS",
+        "QUILLO_SESSION_IDLE_DAYS", "QUILLO_REQUEST_TIMEOUT",    "QUILLO_TLS_CERT",
+        "QUILLO_TLS_KEY",
     };
     QStringList rows = help.split(u'\n', Qt::SkipEmptyParts).filter(QStringLiteral("  QUILLO_"));
     ASSERT_EQ(rows.size(), std::size(names)) << help.toStdString();

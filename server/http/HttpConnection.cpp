@@ -1,0 +1,349 @@
+#include "HttpConnection.h"
+
+#include "GzipBody.h"
+#include "HttpJson.h"
+#include "HttpMessage.h"
+#include "RequestLog.h"
+#include "Router.h"
+
+#include <boost/asio/as_tuple.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/beast/core/buffers_to_string.hpp>
+#include <boost/beast/http.hpp>
+
+#include <QString>
+
+#include <algorithm>
+
+namespace quillo::server {
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = beast::http;
+
+namespace {
+
+constexpr auto noThrow = asio::as_tuple(asio::use_awaitable);
+
+// After an early refusal the client may still be sending a body it was never asked for: read
+// and drop a bounded amount of it so that closing does not reset the connection under the
+// answer before the client has read it.
+constexpr size_t maxDrainBytes = 1024 * 1024;
+constexpr std::chrono::milliseconds drainTime{1000};
+
+bool sameText(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return std::tolower(static_cast<unsigned char>(x)) ==
+               std::tolower(static_cast<unsigned char>(y));
+    });
+}
+
+std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
+        text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
+        text.remove_suffix(1);
+    return text;
+}
+
+// A refusal of the HTTP layer itself, before any handler ran.
+struct Refusal {
+    Refusal(int code, const char* error, std::string methods = {})
+        : status(code)
+        , text(error)
+        , allow(std::move(methods)) {}
+
+    int status;
+    const char* text;
+    std::string allow; // for a 405
+};
+
+// What the headers alone decide: framing that could be read two ways, headers past their
+// bounds, a route that does not exist or cannot take this body. Nothing when the body may be
+// read.
+std::optional<Refusal> checkHeaders(const http::request_parser<http::empty_body>& parser,
+                                    const ConnectionLimits& limits, const Router::Route* route,
+                                    const Router& router, std::string_view path) {
+    const auto& head = parser.get();
+    const size_t fields = size_t(std::distance(head.begin(), head.end()));
+    if (fields > limits.maxHeaderFields)
+        return Refusal{431, "headers too large"};
+    if (head.target().size() > limits.maxTargetBytes)
+        return Refusal{414, "address too long"};
+    if (head.target().empty() || head.target().front() != '/')
+        return Refusal{400, "malformed request"};
+
+    // One way to read where a request ends, and only one: a second length, or a length beside
+    // chunked framing, is how a request is smuggled past a proxy.
+    const auto lengths = head.count(http::field::content_length);
+    const auto encodings = head.count(http::field::transfer_encoding);
+    if (lengths > 1 || encodings > 1 || (lengths > 0 && encodings > 0))
+        return Refusal{400, "malformed request"};
+    if (encodings == 1 && !sameText(trimmed(head[http::field::transfer_encoding]), "chunked"))
+        return Refusal{400, "malformed request"};
+
+    if (!route) {
+        const std::string allowed = router.allowedMethods(path);
+        if (allowed.empty())
+            return Refusal{404, "not found"};
+        return Refusal{405, "method not allowed", allowed};
+    }
+
+    if (head.count(http::field::content_encoding) > 1)
+        return Refusal{415, "unsupported content encoding"};
+    const std::string_view encoding = trimmed(head[http::field::content_encoding]);
+    if (!encoding.empty() && !sameText(encoding, "identity") &&
+        !(route->body.gzip && sameText(encoding, "gzip")))
+        return Refusal{415, "unsupported content encoding"};
+
+    if (const auto length = parser.content_length(); length && *length > route->body.maxBytes)
+        return Refusal{413, route->body.tooLarge};
+    return std::nullopt;
+}
+
+Refusal refusalOf(const beast::error_code& error, const Router::Route* route = nullptr) {
+    if (error == http::error::header_limit)
+        return Refusal{431, "headers too large"};
+    if (error == http::error::body_limit)
+        return Refusal{413, route ? route->body.tooLarge : "body too large"};
+    return Refusal{400, "malformed request"};
+}
+
+// The connection ended or timed out rather than sent something wrong: nobody to answer.
+bool connectionGone(const beast::error_code& error) {
+    return error == http::error::end_of_stream || error == http::error::partial_message ||
+           error == beast::error::timeout || error == asio::error::operation_aborted ||
+           error == asio::error::eof || error == asio::error::connection_reset ||
+           error == asio::error::bad_descriptor || error == asio::error::broken_pipe;
+}
+
+http::response<http::string_body> wireAnswer(HttpResponse& response, unsigned version,
+                                             bool keepAlive) {
+    http::response<http::string_body> answer{http::status(response.status), version};
+    if (!response.contentType.empty())
+        answer.set(http::field::content_type, response.contentType);
+    for (const auto& [name, value] : response.headers)
+        answer.set(name, value);
+    answer.body() = std::move(response.body);
+    answer.keep_alive(keepAlive);
+    answer.prepare_payload();
+    return answer;
+}
+
+template <typename Stream>
+asio::awaitable<void> closeStream(Stream& stream, bool drain) {
+    auto& tcp = beast::get_lowest_layer(stream);
+    if constexpr (std::is_same_v<Stream, HttpConnection::TlsStream>) {
+        tcp.expires_after(drainTime);
+        co_await stream.async_shutdown(noThrow);
+    } else {
+        beast::error_code ignored;
+        tcp.socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+        if (drain) {
+            tcp.expires_after(drainTime);
+            std::array<char, 16 * 1024> scratch{};
+            size_t drained = 0;
+            while (drained < maxDrainBytes) {
+                const auto [error, read] =
+                    co_await tcp.async_read_some(asio::buffer(scratch), noThrow);
+                if (error)
+                    break;
+                drained += read;
+            }
+        }
+    }
+    tcp.close();
+}
+
+std::string remoteAddressOf(const asio::ip::tcp::socket& socket) {
+    beast::error_code error;
+    const auto remote = socket.remote_endpoint(error);
+    return error ? std::string() : remote.address().to_string();
+}
+
+std::variant<beast::tcp_stream, HttpConnection::TlsStream> streamOver(asio::ip::tcp::socket socket,
+                                                                      asio::ssl::context* tls) {
+    using Streams = std::variant<beast::tcp_stream, HttpConnection::TlsStream>;
+    if (tls)
+        return Streams(std::in_place_index<1>, std::move(socket), *tls);
+    return Streams(std::in_place_index<0>, std::move(socket));
+}
+
+} // namespace
+
+HttpConnection::HttpConnection(asio::ip::tcp::socket socket, asio::ssl::context* tls,
+                               const ConnectionContext& context)
+    : m_context(context)
+    , m_remoteAddress(remoteAddressOf(socket))
+    , m_stream(streamOver(std::move(socket), tls)) {}
+
+asio::awaitable<void> HttpConnection::run() {
+    auto self = shared_from_this();
+    if (auto* tls = std::get_if<TlsStream>(&m_stream)) {
+        beast::get_lowest_layer(*tls).expires_after(m_context.limits.requestTimeout);
+        const auto [error] = co_await tls->async_handshake(asio::ssl::stream_base::server, noThrow);
+        if (error) {
+            closeSocket();
+            co_return;
+        }
+        co_await serve(*tls);
+    } else {
+        co_await serve(std::get<beast::tcp_stream>(m_stream));
+    }
+}
+
+void HttpConnection::abort() {
+    asio::post(lowest().get_executor(), [self = shared_from_this()] {
+        self->m_stopping = true;
+        if (!self->m_busy)
+            self->closeSocket();
+    });
+}
+
+beast::tcp_stream& HttpConnection::lowest() {
+    return std::visit(
+        [](auto& stream) -> beast::tcp_stream& { return beast::get_lowest_layer(stream); },
+        m_stream);
+}
+
+void HttpConnection::closeSocket() {
+    lowest().close();
+}
+
+template <typename Stream>
+asio::awaitable<void> HttpConnection::serve(Stream& stream) {
+    beast::flat_buffer buffer;
+    while (!m_stopping) {
+        const bool keepGoing = co_await serveOne(stream, buffer);
+        if (!keepGoing)
+            co_return;
+    }
+    closeSocket();
+}
+
+template <typename Stream>
+asio::awaitable<bool> HttpConnection::serveOne(Stream& stream, beast::flat_buffer& buffer) {
+    const ConnectionLimits& limits = m_context.limits;
+    auto& tcp = beast::get_lowest_layer(stream);
+    const auto started = std::chrono::steady_clock::now();
+    HttpRequest request;
+    request.remoteAddress = m_remoteAddress;
+    HttpResponse response;
+    unsigned version = 11;
+    bool keepAlive = false;
+    bool refusedEarly = false;
+
+    // Headers and body share one deadline, so a client that trickles either is cut off.
+    tcp.expires_after(limits.requestTimeout);
+    http::request_parser<http::empty_body> head;
+    head.header_limit(std::uint32_t(limits.maxHeaderBytes));
+    // The route's own limit is checked against the length once the route is known.
+    head.body_limit(boost::none);
+    const auto [headError, headBytes] =
+        co_await http::async_read_header(stream, buffer, head, noThrow);
+    if (headError) {
+        if (connectionGone(headError)) {
+            closeSocket();
+            co_return false;
+        }
+        const Refusal refusal = refusalOf(headError);
+        sendError(response, refusal.status, QString::fromLatin1(refusal.text));
+        refusedEarly = true;
+    } else {
+        const auto& header = head.get();
+        version = header.version();
+        request.method = std::string(header.method_string());
+        const std::string_view target = header.target();
+        const size_t mark = target.find('?');
+        request.path = std::string(target.substr(0, mark));
+        if (mark != std::string_view::npos)
+            request.query = std::string(target.substr(mark + 1));
+        const Router::Route* route = m_context.router.find(request.method, request.path);
+
+        if (auto refused = checkHeaders(head, limits, route, m_context.router, request.path)) {
+            if (!refused->allow.empty())
+                response.setHeader("Allow", refused->allow);
+            sendError(response, refused->status, QString::fromLatin1(refused->text));
+            refusedEarly = true;
+        } else {
+            keepAlive = header.keep_alive();
+            for (const auto& field : header)
+                request.headers.emplace_back(std::string(field.name_string()),
+                                             std::string(field.value()));
+            const bool gzip = sameText(trimmed(header[http::field::content_encoding]), "gzip");
+            if (sameText(header[http::field::expect], "100-continue")) {
+                http::response<http::empty_body> goOn{http::status::continue_, version};
+                const auto [error, written] = co_await http::async_write(stream, goOn, noThrow);
+                if (error) {
+                    closeSocket();
+                    co_return false;
+                }
+            }
+
+            http::request_parser<http::string_body> full(std::move(head));
+            full.body_limit(route->body.maxBytes);
+            const auto [bodyError, bodyBytes] =
+                co_await http::async_read(stream, buffer, full, noThrow);
+            if (bodyError) {
+                if (connectionGone(bodyError)) {
+                    closeSocket();
+                    co_return false;
+                }
+                const Refusal refusal = refusalOf(bodyError, route);
+                sendError(response, refusal.status, QString::fromLatin1(refusal.text));
+                refusedEarly = true;
+            } else {
+                request.body = std::move(full.get().body());
+                if (gzip) {
+                    auto inflated = inflateGzip(request.body, route->body.maxBytes);
+                    if (inflated) {
+                        request.body = std::move(inflated).value();
+                    } else {
+                        const bool tooLarge = inflated.error() == InflateError::TooLarge;
+                        sendError(response, tooLarge ? 413 : 400,
+                                  tooLarge ? QString::fromLatin1(route->body.tooLarge)
+                                           : QStringLiteral("malformed gzip body"));
+                        refusedEarly = true;
+                    }
+                }
+                if (!refusedEarly) {
+                    // The handler's time is bounded by its own upstream deadlines, not ours.
+                    tcp.expires_never();
+                    m_busy = true;
+                    try {
+                        if (route->asyncHandler)
+                            co_await route->asyncHandler(request, response);
+                        else
+                            route->handler(request, response);
+                    } catch (...) {
+                        response = HttpResponse{};
+                        m_context.failed(request, response, std::current_exception());
+                    }
+                    m_busy = false;
+                }
+            }
+        }
+    }
+
+    keepAlive = keepAlive && !refusedEarly && !m_stopping;
+    auto answer = wireAnswer(response, version, keepAlive);
+    tcp.expires_after(limits.requestTimeout);
+    const auto [writeError, written] = co_await http::async_write(stream, answer, noThrow);
+    logRequest(request.method.empty() ? std::string("-") : request.method,
+               request.path.empty() ? std::string("-") : request.path, response.status,
+               std::chrono::duration_cast<std::chrono::milliseconds>(
+                   std::chrono::steady_clock::now() - started),
+               response.accountId);
+    if (writeError) {
+        closeSocket();
+        co_return false;
+    }
+    if (!keepAlive) {
+        co_await closeStream(stream, refusedEarly);
+        co_return false;
+    }
+    co_return true;
+}
+
+} // namespace quillo::server
