@@ -1,17 +1,27 @@
 #include "ApiServer.h"
 
+#include "HttpConnection.h"
 #include "HttpJson.h"
 #include "RequestLog.h"
+#include "Router.h"
 #include "Routes.h"
 #include "storage/Storage.h"
 
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/ssl/context.hpp>
 #include <boost/asio/strand.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -41,9 +51,39 @@ std::optional<tcp::endpoint> endpointFor(const QString& host, int port) {
 
 } // namespace
 
-ApiServer::ApiServer(ServerConfig config, Storage& storage, ModelClient& model,
-                     TranscribeClient& transcriber, GoogleIdTokenVerifier& verifier,
-                     const Clock& clock)
+class ApiServer::Listener {
+public:
+    Listener(ServerConfig config, Storage& storage, ModelClient& model,
+             TranscribeClient& transcriber, GoogleIdTokenVerifier& verifier, const Clock& clock);
+
+    bool bind();
+    bool listen();
+    void stop();
+    int port() const { return m_port; }
+
+private:
+    asio::awaitable<void> acceptLoop();
+    void failed(const HttpRequest& request, HttpResponse& response,
+                const std::exception_ptr& error) const;
+    void forget(std::uint64_t connection);
+
+    ApiContext m_api;
+    Router m_router;
+    ConnectionContext m_connections;
+    asio::io_context m_io;
+    tcp::acceptor m_acceptor;
+    std::optional<asio::ssl::context> m_tls;
+    int m_port = 0;
+    std::atomic<bool> m_stopRequested = false;
+
+    std::mutex m_liveMutex;
+    std::map<std::uint64_t, std::weak_ptr<HttpConnection>> m_live;
+    std::uint64_t m_nextConnection = 0;
+};
+
+ApiServer::Listener::Listener(ServerConfig config, Storage& storage, ModelClient& model,
+                              TranscribeClient& transcriber, GoogleIdTokenVerifier& verifier,
+                              const Clock& clock)
     : m_api{std::move(config), storage, model, transcriber, verifier, clock}
     , m_connections{m_router, ConnectionLimits{}, {}}
     , m_io(std::max(1, m_api.config.threads))
@@ -62,11 +102,33 @@ ApiServer::ApiServer(ServerConfig config, Storage& storage, ModelClient& model,
     addAppRoutes(m_router, m_api);
 }
 
+ApiServer::ApiServer(ServerConfig config, Storage& storage, ModelClient& model,
+                     TranscribeClient& transcriber, GoogleIdTokenVerifier& verifier,
+                     const Clock& clock)
+    : m_listener(std::make_unique<Listener>(std::move(config), storage, model, transcriber,
+                                            verifier, clock)) {}
+
 ApiServer::~ApiServer() {
     stop();
 }
 
 bool ApiServer::bind() {
+    return m_listener->bind();
+}
+
+bool ApiServer::listen() {
+    return m_listener->listen();
+}
+
+void ApiServer::stop() {
+    m_listener->stop();
+}
+
+int ApiServer::port() const {
+    return m_listener->port();
+}
+
+bool ApiServer::Listener::bind() {
     if (m_port > 0)
         return true;
     if (!m_api.config.tlsCert.isEmpty()) {
@@ -104,7 +166,7 @@ bool ApiServer::bind() {
     return m_port > 0;
 }
 
-bool ApiServer::listen() {
+bool ApiServer::Listener::listen() {
     if (!bind())
         return false;
     if (m_stopRequested)
@@ -120,7 +182,7 @@ bool ApiServer::listen() {
     return true;
 }
 
-void ApiServer::stop() {
+void ApiServer::Listener::stop() {
     if (m_stopRequested.exchange(true))
         return;
     // Runs on the server's threads once listen() runs them; before that, listen() sees the flag.
@@ -135,7 +197,7 @@ void ApiServer::stop() {
     });
 }
 
-asio::awaitable<void> ApiServer::acceptLoop() {
+asio::awaitable<void> ApiServer::Listener::acceptLoop() {
     constexpr auto noThrow = asio::as_tuple(asio::use_awaitable);
     for (;;) {
         auto [error, socket] = co_await m_acceptor.async_accept(asio::make_strand(m_io), noThrow);
@@ -160,13 +222,13 @@ asio::awaitable<void> ApiServer::acceptLoop() {
     }
 }
 
-void ApiServer::forget(std::uint64_t connection) {
+void ApiServer::Listener::forget(std::uint64_t connection) {
     std::lock_guard lock(m_liveMutex);
     m_live.erase(connection);
 }
 
-void ApiServer::failed(const HttpRequest&, HttpResponse& response,
-                       const std::exception_ptr& error) const {
+void ApiServer::Listener::failed(const HttpRequest&, HttpResponse& response,
+                                 const std::exception_ptr& error) const {
     try {
         std::rethrow_exception(error);
     } catch (const StorageError& failure) {

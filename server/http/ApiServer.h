@@ -1,19 +1,8 @@
 #pragma once
 
 #include "ApiContext.h"
-#include "HttpConnection.h"
-#include "Router.h"
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/ssl/context.hpp>
-
-#include <atomic>
-#include <cstdint>
-#include <map>
 #include <memory>
-#include <mutex>
-#include <optional>
 
 namespace quillo::server {
 
@@ -37,26 +26,11 @@ public:
     void stop();
 
     // The bound port: 0 before bind().
-    int port() const { return m_port; }
+    int port() const;
 
 private:
-    boost::asio::awaitable<void> acceptLoop();
-    void failed(const HttpRequest& request, HttpResponse& response,
-                const std::exception_ptr& error) const;
-    void forget(std::uint64_t connection);
-
-    ApiContext m_api;
-    Router m_router;
-    ConnectionContext m_connections;
-    boost::asio::io_context m_io;
-    boost::asio::ip::tcp::acceptor m_acceptor;
-    std::optional<boost::asio::ssl::context> m_tls;
-    int m_port = 0;
-    std::atomic<bool> m_stopRequested = false;
-
-    std::mutex m_liveMutex;
-    std::map<std::uint64_t, std::weak_ptr<HttpConnection>> m_live;
-    std::uint64_t m_nextConnection = 0;
+    class Listener;
+    std::unique_ptr<Listener> m_listener;
 };
 
 } // namespace quillo::server

@@ -3,6 +3,7 @@
 #include "GzipBody.h"
 #include "HttpJson.h"
 #include "HttpMessage.h"
+#include "RequestFraming.h"
 #include "RequestLog.h"
 #include "Router.h"
 
@@ -31,84 +32,6 @@ constexpr auto noThrow = asio::as_tuple(asio::use_awaitable);
 // answer before the client has read it.
 constexpr size_t maxDrainBytes = 1024 * 1024;
 constexpr std::chrono::milliseconds drainTime{1000};
-
-bool sameText(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) ==
-               std::tolower(static_cast<unsigned char>(y));
-    });
-}
-
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
-        text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
-        text.remove_suffix(1);
-    return text;
-}
-
-// A refusal of the HTTP layer itself, before any handler ran.
-struct Refusal {
-    Refusal(int code, const char* error, std::string methods = {})
-        : status(code)
-        , text(error)
-        , allow(std::move(methods)) {}
-
-    int status;
-    const char* text;
-    std::string allow; // for a 405
-};
-
-// What the headers alone decide: framing that could be read two ways, headers past their
-// bounds, a route that does not exist or cannot take this body. Nothing when the body may be
-// read.
-std::optional<Refusal> checkHeaders(const http::request_parser<http::empty_body>& parser,
-                                    const ConnectionLimits& limits, const Router::Route* route,
-                                    const Router& router, std::string_view path) {
-    const auto& head = parser.get();
-    const size_t fields = size_t(std::distance(head.begin(), head.end()));
-    if (fields > limits.maxHeaderFields)
-        return Refusal{431, "headers too large"};
-    if (head.target().size() > limits.maxTargetBytes)
-        return Refusal{414, "address too long"};
-    if (head.target().empty() || head.target().front() != '/')
-        return Refusal{400, "malformed request"};
-
-    // One way to read where a request ends, and only one: a second length, or a length beside
-    // chunked framing, is how a request is smuggled past a proxy.
-    const auto lengths = head.count(http::field::content_length);
-    const auto encodings = head.count(http::field::transfer_encoding);
-    if (lengths > 1 || encodings > 1 || (lengths > 0 && encodings > 0))
-        return Refusal{400, "malformed request"};
-    if (encodings == 1 && !sameText(trimmed(head[http::field::transfer_encoding]), "chunked"))
-        return Refusal{400, "malformed request"};
-
-    if (!route) {
-        const std::string allowed = router.allowedMethods(path);
-        if (allowed.empty())
-            return Refusal{404, "not found"};
-        return Refusal{405, "method not allowed", allowed};
-    }
-
-    if (head.count(http::field::content_encoding) > 1)
-        return Refusal{415, "unsupported content encoding"};
-    const std::string_view encoding = trimmed(head[http::field::content_encoding]);
-    if (!encoding.empty() && !sameText(encoding, "identity") &&
-        !(route->body.gzip && sameText(encoding, "gzip")))
-        return Refusal{415, "unsupported content encoding"};
-
-    if (const auto length = parser.content_length(); length && *length > route->body.maxBytes)
-        return Refusal{413, route->body.tooLarge};
-    return std::nullopt;
-}
-
-Refusal refusalOf(const beast::error_code& error, const Router::Route* route = nullptr) {
-    if (error == http::error::header_limit)
-        return Refusal{431, "headers too large"};
-    if (error == http::error::body_limit)
-        return Refusal{413, route ? route->body.tooLarge : "body too large"};
-    return Refusal{400, "malformed request"};
-}
 
 // The connection ended or timed out rather than sent something wrong: nobody to answer.
 bool connectionGone(const beast::error_code& error) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "RequestFraming.h"
+
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
@@ -19,16 +21,6 @@ namespace quillo::server {
 class Router;
 struct HttpRequest;
 struct HttpResponse;
-
-// What any one client may cost the service, whatever it sends.
-struct ConnectionLimits {
-    // For the TLS handshake, for a request's headers and body together, for writing an answer,
-    // and for an idle keep-alive connection to start its next request.
-    std::chrono::milliseconds requestTimeout{30'000};
-    size_t maxHeaderBytes = 16 * 1024;
-    size_t maxHeaderFields = 64;
-    size_t maxTargetBytes = 8 * 1024;
-};
 
 // What a connection needs of the server around it.
 struct ConnectionContext {
