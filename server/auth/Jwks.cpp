@@ -1,13 +1,13 @@
 #include "Jwks.h"
 
 #include "Jwt.h"
+#include "upstream/UpstreamHttp.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QUrl>
 
-#include <httplib.h>
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/evp.h>
@@ -20,7 +20,7 @@ namespace {
 constexpr int minKeyBits = 2048;
 constexpr int maxKeyBits = 8192; // bounds the work one forged token can cost us
 constexpr size_t maxJwksBytes = 1024 * 1024;
-constexpr time_t timeoutSeconds = 5;
+constexpr std::chrono::seconds timeout{5};
 
 template <typename T, void (*Free)(T*)>
 struct Freer {
@@ -98,47 +98,23 @@ Result<Jwks, QString> Jwks::parse(const QByteArray& json) {
 }
 
 Result<Jwks, QString> Jwks::fetch(const QString& url) {
-    const QUrl parsed(url, QUrl::StrictMode);
-    const QString scheme = parsed.scheme().toLower();
-    if (!parsed.isValid() || (scheme != u"http" && scheme != u"https") || parsed.host().isEmpty())
+    auto endpoint = parseEndpoint(url);
+    if (!endpoint)
         return QStringLiteral("key set URL is not an http or https URL");
-
-    const QString host = parsed.host(QUrl::FullyEncoded);
-    const int port = parsed.port(scheme == u"https" ? 443 : 80);
-    const QString origin = scheme + QStringLiteral("://") +
-                           (host.contains(u':') ? u'[' + host + u']' : host) + u':' +
-                           QString::number(port);
-    httplib::Client client(origin.toStdString());
-    if (!client.is_valid())
-        return QStringLiteral("key set URL is not usable");
-    client.set_connection_timeout(timeoutSeconds);
-    client.set_read_timeout(timeoutSeconds);
-    client.set_write_timeout(timeoutSeconds);
-
-    QString path = parsed.path(QUrl::FullyEncoded);
-    if (path.isEmpty())
-        path = QStringLiteral("/");
+    const QUrl parsed(url, QUrl::StrictMode);
+    UpstreamRequest request{"GET", endpoint->basePath.empty() ? "/" : "", {}, {}, {}};
     if (parsed.hasQuery())
-        path += u'?' + parsed.query(QUrl::FullyEncoded);
+        request.path += '?' + parsed.query(QUrl::FullyEncoded).toStdString();
 
-    QByteArray body;
-    bool tooLarge = false;
-    const auto response = client.Get(path.toStdString(), [&](const char* data, size_t length) {
-        if (size_t(body.size()) + length > maxJwksBytes) {
-            tooLarge = true;
-            return false;
-        }
-        body.append(data, qsizetype(length));
-        return true;
-    });
-    if (tooLarge)
+    const auto answer = callUpstreamBlocking(QStringLiteral("key set"), std::move(*endpoint),
+                                             std::move(request), timeout);
+    if (!answer)
+        return QStringLiteral("key set unreachable: ") + answer.error().detail;
+    if (answer->status != 200)
+        return QStringLiteral("key set answered HTTP ") + QString::number(answer->status);
+    if (answer->body.size() > maxJwksBytes)
         return QStringLiteral("key set is too large");
-    if (!response)
-        return QStringLiteral("key set unreachable: ") +
-               QString::fromStdString(httplib::to_string(response.error()));
-    if (response->status != 200)
-        return QStringLiteral("key set answered HTTP ") + QString::number(response->status);
-    return parse(body);
+    return parse(QByteArray::fromStdString(answer->body));
 }
 
 bool verifyRs256(EVP_PKEY* key, const QByteArray& data, const QByteArray& signature) {

@@ -23,7 +23,7 @@ struct Jwks {
     // set may carry keys we have no use for. A set with no usable key at all is an error.
     static Result<Jwks, QString> parse(const QByteArray& json);
 
-    // GET `url` (http or https), with 5 s connect and read timeouts, then parse().
+    // GET `url` (http or https) within 5 s, then parse().
     static Result<Jwks, QString> fetch(const QString& url);
 };
 
