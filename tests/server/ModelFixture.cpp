@@ -65,9 +65,11 @@ ModelFixture::Answer ModelFixture::garbage() {
     return {200, QByteArrayLiteral("<html>upstream proxy error</html>")};
 }
 
-ModelFixture::ModelFixture()
+ModelFixture::ModelFixture(int threads)
     : m_state(std::make_unique<State>()) {
     State* state = m_state.get();
+    const size_t poolSize = size_t(std::max(1, threads));
+    state->server.new_task_queue = [poolSize] { return new httplib::ThreadPool(poolSize); };
     state->server.Post("/v1/chat/completions",
                        [state](const httplib::Request& request, httplib::Response& response) {
                            state->complete(request, response);

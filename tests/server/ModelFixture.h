@@ -30,7 +30,8 @@ public:
     static Answer status(int status);
     static Answer garbage();
 
-    ModelFixture();
+    // `threads`: how many requests it can hold or answer at once.
+    explicit ModelFixture(int threads = 8);
     ~ModelFixture();
     ModelFixture(const ModelFixture&) = delete;
     ModelFixture& operator=(const ModelFixture&) = delete;
