@@ -14,6 +14,9 @@ namespace quillo::server {
 namespace {
 
 constexpr qint64 refetchIntervalMillis = 60'000;
+const QString keysUnreachable = QStringLiteral("could not get Google's keys: ");
+const QString keysNotYet =
+    QStringLiteral("no Google keys yet: the last fetch failed under a minute ago");
 constexpr double expirySkewSeconds = 60;
 // Google stamps iat from its own clock; only a wildly early one says something is wrong.
 constexpr double issuedAtSkewSeconds = 300;
@@ -92,17 +95,15 @@ struct GoogleIdTokenVerifier::Keys {
             // A clock set back must not hold the next fetch off for as long as it moved.
             const qint64 sinceLast = lastFetchMillis ? now - *lastFetchMillis : -1;
             if (sinceLast >= 0 && sinceLast < refetchIntervalMillis) {
-                return byId.isEmpty()
-                           ? QStringLiteral("no Google keys yet: the last fetch failed under a "
-                                            "minute ago")
-                           : QStringLiteral("token signed by an unknown key");
+                return byId.isEmpty() ? keysNotYet
+                                      : QStringLiteral("token signed by an unknown key");
             }
             lastFetchMillis = now;
         }
         auto fetched = Jwks::fetch(url);
         const std::lock_guard lock(mutex);
         if (!fetched)
-            return QStringLiteral("could not get Google's keys: ") + fetched.error();
+            return keysUnreachable + fetched.error();
         byId = std::move(fetched).value().keys;
         if (PublicKey key = byId.value(keyId))
             return key;
@@ -120,6 +121,10 @@ GoogleIdTokenVerifier::GoogleIdTokenVerifier(QString jwksUrl, QStringList client
 }
 
 GoogleIdTokenVerifier::~GoogleIdTokenVerifier() = default;
+
+bool GoogleIdTokenVerifier::isKeySetOutage(const QString& failure) {
+    return failure.startsWith(keysUnreachable) || failure == keysNotYet;
+}
 
 bool GoogleIdTokenVerifier::isConfigured() const {
     return !m_clientIds.isEmpty();

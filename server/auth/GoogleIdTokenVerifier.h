@@ -28,6 +28,9 @@ public:
 
     bool isConfigured() const; // any client id configured
     Result<GoogleIdentity, QString> verify(const QString& idToken);
+    // Whether a failure of verify() says nothing about the token: Google's keys could not be
+    // had, so the same token may pass once they can.
+    static bool isKeySetOutage(const QString& failure);
 
 private:
     struct Keys;

@@ -38,7 +38,8 @@ constexpr Variable variables[] = {
     {u"QUILLO_GOOGLE_JWKS_URL", u"https://www.googleapis.com/oauth2/v3/certs",
      u"where Google's signing keys are fetched"},
     {u"QUILLO_RELEASE_VERSION", u"(none)", u"newest app version, for the update check"},
-    {u"QUILLO_RELEASE_URL", u"(none)", u"where that version can be downloaded"},
+    {u"QUILLO_RELEASE_URL", u"(none)",
+     u"where that version can be downloaded: a URL, or a path on this service"},
     {u"QUILLO_SERVER_THREADS", u"32", u"threads that serve every connection"},
     {u"QUILLO_MAX_BODY_BYTES", u"67108864", u"largest request body accepted, in bytes"},
     {u"QUILLO_SESSION_IDLE_DAYS", u"30", u"days a session lasts without use"},
@@ -115,6 +116,22 @@ public:
         const QString scheme = url.scheme().toLower();
         if (!url.isValid() || (scheme != u"http" && scheme != u"https") || url.host().isEmpty()) {
             error = problem(variable, QStringLiteral("not an http or https URL"));
+            return;
+        }
+        target = value;
+    }
+
+    // An absolute http(s) URL, or a path on the service's own origin ("/download/quillo"),
+    // which the app resolves against the service's address.
+    void webUrlOrPath(const char16_t* variable, QString& target) {
+        const QString value = text(variable);
+        if (value.isEmpty() || error)
+            return;
+        if (!value.startsWith(u'/') || value.startsWith(QStringLiteral("//")))
+            return webUrl(variable, target);
+        const QUrl url(value, QUrl::StrictMode);
+        if (!url.isValid() || !url.isRelative() || !url.host().isEmpty()) {
+            error = problem(variable, QStringLiteral("not an http or https URL, or a path from /"));
             return;
         }
         target = value;
@@ -225,7 +242,7 @@ ServerConfig::fromEnvironment(const QProcessEnvironment& environment) {
     config.googleClientIds = clientIds(reader.text(u"QUILLO_GOOGLE_CLIENT_IDS"));
     reader.webUrl(u"QUILLO_GOOGLE_JWKS_URL", config.googleJwksUrl);
     config.releaseVersion = reader.text(u"QUILLO_RELEASE_VERSION");
-    reader.webUrl(u"QUILLO_RELEASE_URL", config.releaseUrl);
+    reader.webUrlOrPath(u"QUILLO_RELEASE_URL", config.releaseUrl);
     reader.number(u"QUILLO_SERVER_THREADS", config.threads, 1, 1024);
     reader.number(u"QUILLO_MAX_BODY_BYTES", config.maxBodyBytes, 1024,
                   std::numeric_limits<qint64>::max());
@@ -237,7 +254,7 @@ ServerConfig::fromEnvironment(const QProcessEnvironment& environment) {
     config.tlsKey = reader.text(u"QUILLO_TLS_KEY");
     if (!reader.error && config.tlsCert.isEmpty() != config.tlsKey.isEmpty()) {
         reader.error =
-            problem(config.tlsCert.isEmpty() ? u"QUILLO_TLS_CERT" : u"QUILLO_TLS_KEY",
+            problem(config.tlsCert.isEmpty() ? u"QUILLO_TLS_KEY" : u"QUILLO_TLS_CERT",
                     QStringLiteral("set both QUILLO_TLS_CERT and QUILLO_TLS_KEY, or neither"));
     }
 

@@ -30,6 +30,11 @@ std::optional<AccountRow> googleAccount(const ApiContext& api, const QJsonValue&
     const auto identity = api.verifier.verify(idToken.toString());
     if (!identity) {
         // The reason names the failed check, never the token.
+        if (GoogleIdTokenVerifier::isKeySetOutage(identity.error())) {
+            qCWarning(lcHttp).noquote() << "Google sign-in unavailable:" << identity.error();
+            sendError(response, 503, QStringLiteral("sign-in unavailable"));
+            return std::nullopt;
+        }
         qCInfo(lcHttp).noquote() << "Google sign-in refused:" << identity.error();
         sendError(response, 401, QStringLiteral("sign-in refused"));
         return std::nullopt;

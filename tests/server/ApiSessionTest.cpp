@@ -106,6 +106,26 @@ TEST_F(ApiSession, GoogleIdTokenSignsInAndCreatesTheAccountOnce) {
     EXPECT_EQ(signIn(claims).status, 401);
 }
 
+// While Google's keys cannot be had, a good token is not refused: the service is unavailable,
+// and the same token signs in once the keys are back.
+TEST_F(ApiSession, AKeySetOutageIsUnavailableNotARefusal) {
+    JwksFixture google;
+    config.googleJwksUrl = google.url();
+    config.googleClientIds = {JwksFixture::clientId()};
+    restart();
+    const QJsonObject body{
+        {QStringLiteral("idToken"),
+         google.sign(JwksFixture::claims(QStringLiteral("ana@example.com"), clock.nowMillis()))}};
+    google.setFailing(true);
+    const Answer down = post("/v1/session", body);
+    EXPECT_EQ(down.status, 503);
+    EXPECT_EQ(down.json.value(u"error").toString(), u"sign-in unavailable");
+    EXPECT_EQ(post("/v1/session", body).status, 503); // within the minute between fetches
+    google.setFailing(false);
+    clock.advance(60'000);
+    EXPECT_EQ(post("/v1/session", body).status, 200);
+}
+
 TEST_F(ApiSession, TokensMustBeKnownAndRecentlyUsed) {
     const QString token = signIn(QStringLiteral("ana@example.com"));
     EXPECT_EQ(get("/v1/account").status, 401);

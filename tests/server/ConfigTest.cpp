@@ -132,11 +132,16 @@ TEST(ServerConfig, ABadValueNamesItsVariable) {
         {"QUILLO_DAILY_LIMIT", "twenty"},
         {"QUILLO_GOOGLE_JWKS_URL", "certs.json"},
         {"QUILLO_RELEASE_URL", "https://"},
+        {"QUILLO_RELEASE_URL", "download/quillo"},
+        {"QUILLO_RELEASE_URL", "//elsewhere.example.test/quillo"},
         {"QUILLO_SERVER_THREADS", "0"},
         {"QUILLO_SERVER_THREADS", "1.5"},
         {"QUILLO_MAX_BODY_BYTES", "1023"},
         {"QUILLO_MAX_BODY_BYTES", "99999999999999999999"},
         {"QUILLO_SESSION_IDLE_DAYS", "0"},
+        {"QUILLO_REQUEST_TIMEOUT", "0"},
+        {"QUILLO_TLS_CERT", "/etc/quillo/cert.pem"},
+        {"QUILLO_TLS_KEY", "/etc/quillo/key.pem"},
     };
     for (const auto& [name, value] : bad) {
         auto config = ServerConfig::fromEnvironment(environment({{name, value}}));
@@ -148,6 +153,21 @@ TEST(ServerConfig, ABadValueNamesItsVariable) {
     }
     EXPECT_EQ(ServerConfig::fromEnvironment(environment({{"QUILLO_SERVER_THREADS", "0"}})).error(),
               u"QUILLO_SERVER_THREADS: \"0\" is not a whole number from 1 to 1024");
+}
+
+// The app resolves a release link against the service's address, so a path on the service's
+// own origin will do; TLS needs its certificate and key together.
+TEST(ServerConfig, ReleaseLinksMayBePathsAndTlsTakesBothFiles) {
+    const auto config =
+        ServerConfig::fromEnvironment(environment({{"QUILLO_RELEASE_URL", "/download/quillo"},
+                                                   {"QUILLO_TLS_CERT", "/etc/quillo/cert.pem"},
+                                                   {"QUILLO_TLS_KEY", "/etc/quillo/key.pem"},
+                                                   {"QUILLO_REQUEST_TIMEOUT", "5"}}));
+    ASSERT_TRUE(config) << config.error().toStdString();
+    EXPECT_EQ(config->releaseUrl, u"/download/quillo");
+    EXPECT_EQ(config->tlsCert, u"/etc/quillo/cert.pem");
+    EXPECT_EQ(config->tlsKey, u"/etc/quillo/key.pem");
+    EXPECT_EQ(config->requestTimeoutMillis, 5000);
 }
 
 TEST(ServerConfig, HelpListsEveryVariableInColumns) {
