@@ -58,6 +58,10 @@ int serve(const ServerConfig& config, const sigset_t& stopSignals) {
     if (!stopping.exchange(true))
         pthread_kill(waiter.native_handle(), SIGUSR1);
     waiter.join();
+    if (storage->lost()) {
+        printError(QStringLiteral("the database was replaced or deleted while the service ran"));
+        return 1;
+    }
     qCInfo(lcServer) << "stopped";
     return served ? 0 : 1;
 }

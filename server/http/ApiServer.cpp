@@ -64,7 +64,7 @@ public:
 private:
     asio::awaitable<void> acceptLoop();
     void failed(const HttpRequest& request, HttpResponse& response,
-                const std::exception_ptr& error) const;
+                const std::exception_ptr& error);
     void forget(std::uint64_t connection);
 
     ApiContext m_api;
@@ -228,12 +228,15 @@ void ApiServer::Listener::forget(std::uint64_t connection) {
 }
 
 void ApiServer::Listener::failed(const HttpRequest&, HttpResponse& response,
-                                 const std::exception_ptr& error) const {
+                                 const std::exception_ptr& error) {
     try {
         std::rethrow_exception(error);
     } catch (const StorageError& failure) {
         qCWarning(lcHttp).noquote() << "storage failed:" << failure.what();
         sendError(response, 503, QStringLiteral("storage unavailable"));
+        // Nothing served from here on could be trusted.
+        if (m_api.storage.lost())
+            stop();
     } catch (const std::exception& failure) {
         qCWarning(lcHttp).noquote() << "request failed:" << failure.what();
         sendError(response, 500, QStringLiteral("internal error"));

@@ -6,13 +6,25 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QLoggingCategory>
+
+#include <sys/stat.h>
 
 namespace quillo::server {
 
 namespace {
 
+Q_LOGGING_CATEGORY(lcStorage, "quillo.storage")
+
 bool isInMemory(const QString& path) {
     return path == u":memory:";
+}
+
+std::optional<std::pair<dev_t, ino_t>> fileIdentity(const QString& path) {
+    struct stat info {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return std::nullopt;
+    return std::pair{info.st_dev, info.st_ino};
 }
 
 AccountRow accountFrom(const SqliteStatement& row) {
@@ -98,12 +110,28 @@ SqliteStorage::SqliteStorage(const QString& path, int maxReaders)
             throw StorageError("sqlite: cannot create the directory " + directory.toStdString());
     }
     m_writer = std::make_unique<SqliteConnection>(path, SqliteConnection::Role::Writer);
+    if (!isInMemory(path))
+        m_file = fileIdentity(path);
+}
+
+void SqliteStorage::checkFile() {
+    if (!m_file)
+        return;
+    if (!m_lost && fileIdentity(m_path) == m_file)
+        return;
+    if (!m_lost.exchange(true)) {
+        qCCritical(lcStorage).noquote()
+            << "the database file" << m_path
+            << "was replaced or deleted while the service ran; stopping";
+    }
+    throw StorageError("sqlite: the database file was replaced or deleted");
 }
 
 SqliteStorage::~SqliteStorage() = default;
 
 template <typename F>
 auto SqliteStorage::write(F&& work) {
+    checkFile();
     std::lock_guard lock(m_writerMutex);
     return work(*m_writer);
 }
@@ -112,6 +140,7 @@ template <typename F>
 auto SqliteStorage::read(F&& work) {
     if (m_maxReaders == 0)
         return write(std::forward<F>(work));
+    checkFile();
     ReaderLease lease(*this);
     return work(lease.connection());
 }

@@ -1,5 +1,11 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <atomic>
+#include <optional>
+#include <utility>
+
 #include "Storage.h"
 
 #include <condition_variable>
@@ -23,6 +29,7 @@ public:
 
     void migrate() override;
     bool ping() override;
+    bool lost() const override { return m_lost; }
 
     AccountRow ensureAccount(const QString& email, const QString& name, qint64 now) override;
     std::optional<AccountRow> account(qint64 accountId) override;
@@ -51,7 +58,13 @@ private:
     template <typename F>
     auto read(F&& work);
 
+    // The file as opened, and whether it is still the one at the path: pooled connections keep
+    // the file they opened, so a replaced file would split them from a new writer.
+    void checkFile();
+
     QString m_path;
+    std::optional<std::pair<dev_t, ino_t>> m_file;
+    std::atomic<bool> m_lost = false;
     std::mutex m_writerMutex;
     std::unique_ptr<SqliteConnection> m_writer;
 

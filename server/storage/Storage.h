@@ -54,6 +54,10 @@ public:
     virtual void migrate() = 0;
     // Cheap round trip, for readiness checks.
     virtual bool ping() = 0;
+    // Whether the database this storage opened is gone (its file deleted or replaced while the
+    // service ran): every call fails from then on, and the service should stop rather than
+    // serve from anything else.
+    virtual bool lost() const { return false; }
 
     // The account of this e-mail address, created with `name` when there is none yet (an
     // existing account keeps its name unless it has none).

@@ -1,5 +1,6 @@
 #include "ServerTestSupport.h"
 #include "http/StateUpload.h"
+#include <QFile>
 
 using namespace quillo;
 using namespace quillo::server;
@@ -168,6 +169,38 @@ TEST(StateUploadSpan, FindsTheTopLevelMemberWhateverSurroundsIt) {
     for (const QByteArray broken :
          {"{\"state\":", "{\"state\":{\"a\":\"", "{\"sta", "{\"state\":1"})
         EXPECT_EQ(spanText(broken), "none") << broken.toStdString();
+}
+
+} // namespace
+
+namespace {
+
+// `quillo-server invite` run while the service runs once recreated the database file; pooled
+// readers kept the old file while the writer had the new one, and one account was served
+// another's document. A file that is no longer the one opened now stops the service.
+TEST_F(ApiTest, ADatabaseFileReplacedWhileServingStopsTheService) {
+    const QString ana = signIn(QStringLiteral("ana@example.com"));
+    ASSERT_EQ(
+        send("PUT", "/v1/state", "{\"state\":{\"speechLanguage\":\"es\"},\"baseUpdatedAt\":0}", ana)
+            .status,
+        200);
+    const QString path = dir.filePath(QStringLiteral("q.db"));
+    for (const QString& suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")})
+        QFile::remove(path + suffix);
+    {
+        const auto replacement = openStorage(QStringLiteral("sqlite:") + path);
+        replacement->migrate();
+        const AccountRow other =
+            replacement->ensureAccount(QStringLiteral("bo@example.com"), QStringLiteral("Bo"), 1);
+        replacement->putDocument(other.id, "{\"speechLanguage\":\"fr\"}", 0, 1);
+    }
+
+    const Answer refused = get("/v1/state?since=0", ana);
+    EXPECT_EQ(refused.status, 503);
+    EXPECT_FALSE(refused.body.contains("fr"));
+    EXPECT_TRUE(storage->lost());
+    // The service has stopped: nothing more is served from either file.
+    EXPECT_EQ(get("/healthz").status, 0);
 }
 
 } // namespace
