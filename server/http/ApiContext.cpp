@@ -38,6 +38,10 @@ QJsonObject ApiContext::accountJson(const AccountRow& account, qint64 day) const
     };
 }
 
+qint64 ApiContext::sessionIdleCutoff() const {
+    return now() - qint64(config.sessionIdleDays) * millisPerDay;
+}
+
 std::optional<Caller> ApiContext::authenticate(const HttpRequest& request,
                                                HttpResponse& response) const {
     const QString token = bearerToken(request);
@@ -45,9 +49,7 @@ std::optional<Caller> ApiContext::authenticate(const HttpRequest& request,
         sendError(response, 401, QStringLiteral("missing session token"));
         return std::nullopt;
     }
-    const qint64 at = now();
-    const qint64 idleCutoff = at - qint64(config.sessionIdleDays) * millisPerDay;
-    const auto session = storage.useSession(sha256(token.toUtf8()), idleCutoff, at);
+    const auto session = storage.useSession(sha256(token.toUtf8()), sessionIdleCutoff(), now());
     if (!session) {
         sendError(response, 401, QStringLiteral("session expired"));
         return std::nullopt;

@@ -44,6 +44,9 @@ struct ApiContext {
 
     // The caller of a request that needs a session, its session touched as used. Without one it
     // answers 401 itself and gives nothing.
+    // The oldest last use a session may have and still be valid.
+    qint64 sessionIdleCutoff() const;
+
     std::optional<Caller> authenticate(const HttpRequest& request, HttpResponse& response) const;
 };
 

@@ -76,9 +76,20 @@ void signIn(const ApiContext& api, const HttpRequest& request, HttpResponse& res
     response.accountId = account->id;
     const QByteArray token = randomToken(32);
     api.storage.createSession(account->id, sha256(token), api.now());
+    // Sessions nobody used for longer than they may be idle are gone, not just refused.
+    api.storage.purgeSessions(api.sessionIdleCutoff());
     sendJson(response, 200,
              {{QStringLiteral("sessionToken"), QString::fromLatin1(token)},
               {QStringLiteral("account"), api.accountJson(*account, api.today())}});
+}
+
+// Signing out: the token stops working here and now, on every device that might hold a copy.
+void signOut(const ApiContext& api, const HttpRequest& request, HttpResponse& response) {
+    const auto caller = api.authenticate(request, response);
+    if (!caller)
+        return;
+    api.storage.endSession(sha256(caller->token.toUtf8()));
+    response.status = 204;
 }
 
 } // namespace
@@ -89,6 +100,9 @@ void addSessionRoutes(Router& router, const ApiContext& api) {
                 [&api](const HttpRequest& request, HttpResponse& response) {
                     signIn(api, request, response);
                 });
+    router.remove("/v1/session", [&api](const HttpRequest& request, HttpResponse& response) {
+        signOut(api, request, response);
+    });
 }
 
 } // namespace quillo::server

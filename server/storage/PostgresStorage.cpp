@@ -185,6 +185,18 @@ std::optional<SessionRow> PostgresStorage::useSession(const QByteArray& tokenHas
     });
 }
 
+void PostgresStorage::endSession(const QByteArray& tokenHash) {
+    withConnection([&](PostgresConnection& db) {
+        db.exec("DELETE FROM sessions WHERE token_hash = $1", Params().add(tokenHash));
+    });
+}
+
+void PostgresStorage::purgeSessions(qint64 idleCutoff) {
+    withConnection([&](PostgresConnection& db) {
+        db.exec("DELETE FROM sessions WHERE last_used_at < $1", Params().add(idleCutoff));
+    });
+}
+
 void PostgresStorage::addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) {
     withConnection([&](PostgresConnection& db) {
         db.exec("INSERT INTO access_codes (code_hash, account_id, created_at)"

@@ -232,6 +232,18 @@ std::optional<SessionRow> SqliteStorage::useSession(const QByteArray& tokenHash,
     });
 }
 
+void SqliteStorage::endSession(const QByteArray& tokenHash) {
+    write([&](SqliteConnection& db) {
+        db.prepare("DELETE FROM sessions WHERE token_hash = ?1").bind(1, tokenHash).run();
+    });
+}
+
+void SqliteStorage::purgeSessions(qint64 idleCutoff) {
+    write([&](SqliteConnection& db) {
+        db.prepare("DELETE FROM sessions WHERE last_used_at < ?1").bind(1, idleCutoff).run();
+    });
+}
+
 void SqliteStorage::addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) {
     write([&](SqliteConnection& db) {
         db.prepare("INSERT INTO access_codes (code_hash, account_id, created_at)"

@@ -39,6 +39,9 @@ public:
     std::optional<SessionRow> useSession(const QByteArray& tokenHash, qint64 idleCutoff,
                                          qint64 now) override;
 
+    void endSession(const QByteArray& tokenHash) override;
+    void purgeSessions(qint64 idleCutoff) override;
+
     void addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) override;
     std::optional<qint64> accountForAccessCode(const QByteArray& codeHash) override;
 

@@ -74,6 +74,11 @@ public:
     virtual std::optional<SessionRow> useSession(const QByteArray& tokenHash, qint64 idleCutoff,
                                                  qint64 now) = 0;
 
+    // Ends one session (signing out); nothing when there is no such session.
+    virtual void endSession(const QByteArray& tokenHash) = 0;
+    // Removes every session last used before `idleCutoff`, which useSession() refuses anyway.
+    virtual void purgeSessions(qint64 idleCutoff) = 0;
+
     // Access codes (from `quillo-server invite`) are stored by their SHA-256 only, and stay
     // valid until the account is deleted.
     virtual void addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) = 0;

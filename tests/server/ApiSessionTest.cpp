@@ -126,6 +126,25 @@ TEST_F(ApiSession, AKeySetOutageIsUnavailableNotARefusal) {
     EXPECT_EQ(post("/v1/session", body).status, 200);
 }
 
+// Signing out ends the token on the service, not only on the device; sessions idle past their
+// time are deleted, not merely refused.
+TEST_F(ApiSession, SignOutEndsTheSessionAndIdleOnesArePurged) {
+    const QString token = signIn(QStringLiteral("ana@example.com"));
+    const QString other = signIn(QStringLiteral("ana@example.com"));
+    const Answer ended = send("DELETE", "/v1/session", {}, token);
+    EXPECT_EQ(ended.status, 204);
+    EXPECT_TRUE(ended.body.isEmpty());
+    EXPECT_EQ(get("/v1/account", token).status, 401);
+    EXPECT_EQ(send("DELETE", "/v1/session", {}, token).status, 401);
+    EXPECT_EQ(get("/v1/account", other).status, 200);
+
+    clock.advance(qint64(config.sessionIdleDays) * millisPerDay + 1);
+    signIn(QStringLiteral("bo@example.com"));
+    clock.set(clock.nowMillis() - qint64(config.sessionIdleDays) * millisPerDay);
+    // Back within what would have been its idle time, the purged session is still gone.
+    EXPECT_EQ(get("/v1/account", other).status, 401);
+}
+
 TEST_F(ApiSession, TokensMustBeKnownAndRecentlyUsed) {
     const QString token = signIn(QStringLiteral("ana@example.com"));
     EXPECT_EQ(get("/v1/account").status, 401);

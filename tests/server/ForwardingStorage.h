@@ -24,6 +24,8 @@ public:
                                          qint64 now) override {
         return inner().useSession(hash, cutoff, now);
     }
+    void endSession(const QByteArray& hash) override { inner().endSession(hash); }
+    void purgeSessions(qint64 cutoff) override { inner().purgeSessions(cutoff); }
     void addAccessCode(qint64 id, const QByteArray& hash, qint64 now) override {
         inner().addAccessCode(id, hash, now);
     }
