@@ -109,8 +109,26 @@ QCoro::Task<> AccountFlows::signOut() {
         co_await m_queue.run([this] { return m_sync.sync(false); });
         if (!*alive)
             co_return;
+        // Then the token ends on the service as well. Failing that is logged, never shown: on
+        // this device the sign-out goes on regardless, and the session expires by itself.
+        co_await m_queue.run([this] { return endSession(); });
+        if (!*alive)
+            co_return;
         co_await m_queue.run([this] { return forgetting(); });
     });
+}
+
+QCoro::Task<> AccountFlows::endSession() {
+    // Read now, in turn: the upload before may have found the session over already.
+    const std::optional<QString> token = m_session.token();
+    if (!token)
+        co_return;
+    auto request = m_api.endSession(*token);
+    const auto ended = co_await request;
+    if (!ended.ok()) {
+        qCWarning(lcAccount).noquote()
+            << "ending the session on the service failed:" << ended.error().description();
+    }
 }
 
 QCoro::Task<> AccountFlows::forgetting() {

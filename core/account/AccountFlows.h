@@ -58,6 +58,7 @@ private:
     QCoro::Task<Outcome> adoptUnderQueue(QuilloSession session);
     QCoro::Task<Outcome> deleteWith(QString token);
     QCoro::Task<> forgetting();
+    QCoro::Task<> endSession();
 
     DocumentAccess& m_document;
     SessionStore& m_session;

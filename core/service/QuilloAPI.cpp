@@ -222,6 +222,10 @@ QCoro::Task<ApiResult<std::monostate>> QuilloAPI::deleteAccount(QString token) c
     return withoutAnswer(send(Method::Delete, QStringLiteral("/v1/account"), token, std::nullopt));
 }
 
+QCoro::Task<ApiResult<std::monostate>> QuilloAPI::endSession(QString token) const {
+    return withoutAnswer(send(Method::Delete, QStringLiteral("/v1/session"), token, std::nullopt));
+}
+
 QCoro::Task<ApiResult<RemoteState>> QuilloAPI::state(QString token, qint64 since) const {
     const QString path = QStringLiteral("/v1/state?since=") + QString::number(since);
     return decodedAnswer<RemoteState>(send(Method::Get, path, token, std::nullopt),

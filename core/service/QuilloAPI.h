@@ -102,6 +102,8 @@ public:
     // Also hands back a session token, which the caller may take in place of the old one.
     QCoro::Task<ApiResult<QuilloSession>> account(QString token) const;
     QCoro::Task<ApiResult<std::monostate>> deleteAccount(QString token) const;
+    // Ends the session on the service (signing out), so the token works nowhere any more.
+    QCoro::Task<ApiResult<std::monostate>> endSession(QString token) const;
     QCoro::Task<ApiResult<RemoteState>> state(QString token, qint64 since) const;
     // `stateBytes` is the document exactly as it was written to disk; it travels unchanged.
     // The result is the service's new version stamp.

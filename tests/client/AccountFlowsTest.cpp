@@ -116,7 +116,11 @@ TEST_F(AccountFlowsTest, AFailedSignInLeavesNobodySignedIn) {
 TEST_F(AccountFlowsTest, SigningOutSendsTheLastChangesAndKeepsOnlyThisDevicesPreferences) {
     signIn(*laptop, ana);
     laptop->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("adiós"));
+    const QString token = laptop->session->token().value_or(QString());
+    ASSERT_EQ(get("/v1/account", token).status, 200);
     run(laptop->repository->signOut());
+    // The token is over on the service too, not only forgotten here.
+    EXPECT_EQ(get("/v1/account", token).status, 401);
     EXPECT_EQ(servedFor(ana).messages.size(), 1);
     EXPECT_EQ(laptop->state(), withContacts({}).signedOut());
     EXPECT_FALSE(laptop->repository->account());
@@ -125,6 +129,18 @@ TEST_F(AccountFlowsTest, SigningOutSendsTheLastChangesAndKeepsOnlyThisDevicesPre
     laptop->repository->flush();
     EXPECT_EQ(StateStore(laptop->path(QStringLiteral("state.json")), appClock).load().bots.size(),
               0);
+}
+
+TEST_F(AccountFlowsTest, SigningOutOfflineStillForgetsTheAccountHere) {
+    signIn(*laptop, ana);
+    const QString token = laptop->session->token().value_or(QString());
+    QuilloAPI nowhere(QUrl(QStringLiteral("http://127.0.0.1:9")));
+    ChatRepository offline(*laptop->store, *laptop->session, nowhere, appClock);
+    run(offline.signOut());
+    EXPECT_FALSE(laptop->session->token());
+    EXPECT_FALSE(offline.account());
+    // The service never heard of it: the session lives on there until it sits idle too long.
+    EXPECT_EQ(get("/v1/account", token).status, 200);
 }
 
 TEST_F(AccountFlowsTest, DeletingTheAccountForgetsItOnlyWhenTheServiceDid) {
