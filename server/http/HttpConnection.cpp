@@ -29,9 +29,17 @@ constexpr auto noThrow = asio::as_tuple(asio::use_awaitable);
 
 // After an early refusal the client may still be sending a body it was never asked for: read
 // and drop a bounded amount of it so that closing does not reset the connection under the
-// answer before the client has read it.
-constexpr size_t maxDrainBytes = 1024 * 1024;
+// answer before the client has read it. Many clients send the whole body before they read, so
+// a body whose length was declared is drained whole when it is not much past any route's
+// needs; an unknown or larger one only in part, within the time allowed.
+constexpr size_t minDrainBytes = 1024 * 1024;
+constexpr size_t maxDrainBytes = 8 * 1024 * 1024;
 constexpr std::chrono::milliseconds drainTime{1000};
+
+size_t drainBudget(const http::request_parser<http::empty_body>& head) {
+    const auto declared = head.content_length();
+    return std::clamp<size_t>(declared ? size_t(*declared) : 0, minDrainBytes, maxDrainBytes);
+}
 
 // The connection ended or timed out rather than sent something wrong: nobody to answer.
 bool connectionGone(const beast::error_code& error) {
@@ -55,7 +63,7 @@ http::response<http::string_body> wireAnswer(HttpResponse& response, unsigned ve
 }
 
 template <typename Stream>
-asio::awaitable<void> closeStream(Stream& stream, bool drain) {
+asio::awaitable<void> closeStream(Stream& stream, size_t drain) {
     auto& tcp = beast::get_lowest_layer(stream);
     if constexpr (std::is_same_v<Stream, HttpConnection::TlsStream>) {
         tcp.expires_after(drainTime);
@@ -63,11 +71,11 @@ asio::awaitable<void> closeStream(Stream& stream, bool drain) {
     } else {
         beast::error_code ignored;
         tcp.socket().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
-        if (drain) {
+        if (drain > 0) {
             tcp.expires_after(drainTime);
             std::array<char, 16 * 1024> scratch{};
             size_t drained = 0;
-            while (drained < maxDrainBytes) {
+            while (drained < drain) {
                 const auto [error, read] =
                     co_await tcp.async_read_some(asio::buffer(scratch), noThrow);
                 if (error)
@@ -156,6 +164,7 @@ asio::awaitable<bool> HttpConnection::serveOne(Stream& stream, beast::flat_buffe
     unsigned version = 11;
     bool keepAlive = false;
     bool refusedEarly = false;
+    size_t drain = minDrainBytes; // of a body left unread, when refused early
 
     // Headers and body share one deadline, so a client that trickles either is cut off.
     tcp.expires_after(limits.requestTimeout);
@@ -187,6 +196,7 @@ asio::awaitable<bool> HttpConnection::serveOne(Stream& stream, beast::flat_buffe
         if (auto refused = checkHeaders(head, limits, route, m_context.router, request.path)) {
             if (!refused->allow.empty())
                 response.setHeader("Allow", refused->allow);
+            drain = drainBudget(head);
             sendError(response, refused->status, QString::fromLatin1(refused->text));
             refusedEarly = true;
         } else {
@@ -263,7 +273,7 @@ asio::awaitable<bool> HttpConnection::serveOne(Stream& stream, beast::flat_buffe
         co_return false;
     }
     if (!keepAlive) {
-        co_await closeStream(stream, refusedEarly);
+        co_await closeStream(stream, refusedEarly ? drain : 0);
         co_return false;
     }
     co_return true;
