@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 
 namespace quillo::server {
 
@@ -17,7 +18,10 @@ namespace {
 struct Invitation {
     QString email;
     QString name;
+    bool revokeOthers = false; // the new code is to be the account's only one
 };
+
+constexpr qint64 millisPerDay = 24 * 60 * 60 * 1000;
 
 Result<Invitation, QString> parseArguments(const QStringList& arguments) {
     Invitation invitation;
@@ -29,6 +33,8 @@ Result<Invitation, QString> parseArguments(const QStringList& arguments) {
             invitation.name = arguments.at(++i).trimmed();
         } else if (argument.startsWith(QStringLiteral("--name="))) {
             invitation.name = argument.mid(7).trimmed();
+        } else if (argument == u"--revoke-others") {
+            invitation.revokeOthers = true;
         } else if (argument.startsWith(u'-')) {
             return QStringLiteral("unknown option %1").arg(argument);
         } else if (invitation.email.isEmpty()) {
@@ -38,7 +44,7 @@ Result<Invitation, QString> parseArguments(const QStringList& arguments) {
         }
     }
     if (invitation.email.isEmpty())
-        return QStringLiteral("usage: quillo-server invite EMAIL [--name NAME]");
+        return QStringLiteral("usage: quillo-server invite EMAIL [--name NAME] [--revoke-others]");
     const qsizetype at = invitation.email.indexOf(u'@');
     const bool plausible = at > 0 && at == invitation.email.lastIndexOf(u'@') &&
                            at < invitation.email.size() - 1 &&
@@ -65,12 +71,15 @@ int inviteCommand(const QStringList& arguments) {
     try {
         const auto storage = openStorage(config->databaseUrl);
         storage->migrate();
-        const SystemClock clock;
-        const AccountRow account =
-            storage->ensureAccount(invitation->email, invitation->name, clock.nowMillis());
+        const qint64 now = SystemClock().nowMillis();
+        const AccountRow account = storage->ensureAccount(invitation->email, invitation->name, now);
+        // Expired codes go now; with --revoke-others every earlier code goes with them.
+        const qint64 expired = now - qint64(config->codeDays) * millisPerDay;
+        storage->removeAccessCodes(
+            account.id, invitation->revokeOthers ? std::numeric_limits<qint64>::max() : expired);
         // Only the code's hash is kept: it is shown this once.
         const QString code = newAccessCode();
-        storage->addAccessCode(account.id, sha256(normalizedAccessCode(code)), clock.nowMillis());
+        storage->addAccessCode(account.id, sha256(normalizedAccessCode(code)), now);
         std::printf("%s\n", code.toLatin1().constData());
         return 0;
     } catch (const StorageError& failure) {

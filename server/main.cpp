@@ -9,8 +9,9 @@ int main(int argc, char** argv) {
     QCoreApplication::setApplicationName(QStringLiteral("quillo-server"));
     QStringList arguments = QCoreApplication::arguments().mid(1);
     if (arguments.isEmpty()) {
-        printError(QStringLiteral("usage: quillo-server serve | invite EMAIL [--name NAME] | "
-                                  "--help"));
+        printError(QStringLiteral(
+            "usage: quillo-server serve | invite EMAIL [--name NAME] [--revoke-others] | "
+            "--help"));
         return 2;
     }
     const QString command = arguments.takeFirst();

@@ -1,5 +1,7 @@
 #include "ServerConfig.h"
 
+#include <boost/asio/ip/address.hpp>
+
 #include <QDir>
 #include <QUrl>
 
@@ -48,6 +50,11 @@ constexpr Variable variables[] = {
     {u"QUILLO_TLS_CERT", u"(none)",
      u"PEM certificate chain file; with a key the service answers HTTPS only"},
     {u"QUILLO_TLS_KEY", u"(none)", u"PEM private key file of that certificate"},
+    {u"QUILLO_CODE_DAYS", u"30", u"days an access code from `invite` can be used"},
+    {u"QUILLO_GOOGLE_ALLOWED", u"(anyone)",
+     u"e-mail domains and addresses Google sign-in takes, comma-separated"},
+    {u"QUILLO_TRUSTED_PROXIES", u"(none)",
+     u"reverse proxies' addresses, comma-separated: their X-Forwarded-For names the client"},
 };
 
 QString name(const char16_t* variable) {
@@ -60,6 +67,17 @@ QString problem(const char16_t* variable, const QString& text) {
 
 QString quoted(const QString& value) {
     return u'"' + value + u'"';
+}
+
+// The entries of a comma-separated list: trimmed, blanks and repeats left out.
+QStringList commaList(const QString& text) {
+    QStringList entries;
+    for (const QString& part : text.split(u',')) {
+        const QString entry = part.trimmed();
+        if (!entry.isEmpty() && !entries.contains(entry))
+            entries.append(entry);
+    }
+    return entries;
 }
 
 // Parses the variables one by one; the first bad value stops the run with its error line.
@@ -173,6 +191,45 @@ public:
         port = parsedPort;
     }
 
+    // Comma-separated e-mail domains or addresses, lower-cased; "@example.org" is a domain too.
+    void emailPatterns(const char16_t* variable, QStringList& target) {
+        if (error)
+            return;
+        for (const QString& entry : commaList(text(variable))) {
+            QString pattern = entry.toLower();
+            if (pattern.startsWith(u'@'))
+                pattern.remove(0, 1);
+            const qsizetype at = pattern.indexOf(u'@');
+            const QString domain = pattern.mid(at + 1);
+            const bool plausible = at != 0 && pattern.count(u'@') <= 1 && domain.contains(u'.') &&
+                                   !domain.startsWith(u'.') && !domain.endsWith(u'.') &&
+                                   !pattern.contains(u' ');
+            if (!plausible) {
+                error =
+                    problem(variable,
+                            quoted(entry) + QStringLiteral(" is not an e-mail domain or address"));
+                return;
+            }
+            if (!target.contains(pattern))
+                target.append(pattern);
+        }
+    }
+
+    // Comma-separated IP addresses, written as the service will see them.
+    void addresses(const char16_t* variable, QStringList& target) {
+        if (error)
+            return;
+        for (const QString& entry : commaList(text(variable))) {
+            boost::system::error_code invalid;
+            const auto address = boost::asio::ip::make_address(entry.toStdString(), invalid);
+            if (invalid) {
+                error = problem(variable, quoted(entry) + QStringLiteral(" is not an IP address"));
+                return;
+            }
+            target.append(QString::fromStdString(address.to_string()));
+        }
+    }
+
     void databaseUrl(const char16_t* variable, QString& target) {
         const QString value = text(variable);
         if (value.isEmpty() || error)
@@ -203,16 +260,6 @@ QString defaultDatabaseUrl(const QProcessEnvironment& environment) {
     return QStringLiteral("sqlite:") + stateHome + QStringLiteral("/quillo/quillo.db");
 }
 
-QStringList clientIds(const QString& text) {
-    QStringList ids;
-    for (const QString& part : text.split(u',')) {
-        const QString id = part.trimmed();
-        if (!id.isEmpty() && !ids.contains(id))
-            ids.append(id);
-    }
-    return ids;
-}
-
 } // namespace
 
 Result<ServerConfig, QString>
@@ -239,7 +286,7 @@ ServerConfig::fromEnvironment(const QProcessEnvironment& environment) {
     config.transcribeKey = reader.text(u"QUILLO_TRANSCRIBE_KEY");
     reader.number(u"QUILLO_TRANSCRIBE_TIMEOUT", config.transcribeTimeoutSeconds, 1, 3600);
     reader.number(u"QUILLO_DAILY_LIMIT", config.dailyLimit, 0, 1'000'000);
-    config.googleClientIds = clientIds(reader.text(u"QUILLO_GOOGLE_CLIENT_IDS"));
+    config.googleClientIds = commaList(reader.text(u"QUILLO_GOOGLE_CLIENT_IDS"));
     reader.webUrl(u"QUILLO_GOOGLE_JWKS_URL", config.googleJwksUrl);
     config.releaseVersion = reader.text(u"QUILLO_RELEASE_VERSION");
     reader.webUrlOrPath(u"QUILLO_RELEASE_URL", config.releaseUrl);
@@ -257,6 +304,9 @@ ServerConfig::fromEnvironment(const QProcessEnvironment& environment) {
             problem(config.tlsCert.isEmpty() ? u"QUILLO_TLS_KEY" : u"QUILLO_TLS_CERT",
                     QStringLiteral("set both QUILLO_TLS_CERT and QUILLO_TLS_KEY, or neither"));
     }
+    reader.number(u"QUILLO_CODE_DAYS", config.codeDays, 1, 3650);
+    reader.emailPatterns(u"QUILLO_GOOGLE_ALLOWED", config.googleAllowed);
+    reader.addresses(u"QUILLO_TRUSTED_PROXIES", config.trustedProxies);
 
     if (reader.error)
         return *reader.error;

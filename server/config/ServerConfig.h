@@ -34,6 +34,12 @@ struct ServerConfig {
     int requestTimeoutMillis = 30'000;      // QUILLO_REQUEST_TIMEOUT, in seconds there
     QString tlsCert;                        // QUILLO_TLS_CERT: PEM certificate chain
     QString tlsKey;                         // QUILLO_TLS_KEY: PEM private key
+    int codeDays = 30;                      // QUILLO_CODE_DAYS: how long an access code works
+    // QUILLO_GOOGLE_ALLOWED: the only e-mail domains ("example.org") and addresses
+    // ("ana@example.com") Google sign-in takes, lower case; empty takes every account.
+    QStringList googleAllowed;
+    // QUILLO_TRUSTED_PROXIES: addresses of reverse proxies whose X-Forwarded-For is believed.
+    QStringList trustedProxies;
 
     // The configuration the environment gives, or one line naming the variable that is wrong
     // (the first one, in the order above). Values are trimmed; unset or blank means the default.

@@ -42,6 +42,32 @@ qint64 ApiContext::sessionIdleCutoff() const {
     return now() - qint64(config.sessionIdleDays) * millisPerDay;
 }
 
+qint64 ApiContext::accessCodeCutoff() const {
+    return now() - qint64(config.codeDays) * millisPerDay;
+}
+
+std::string ApiContext::clientAddress(const HttpRequest& request) const {
+    const auto trusted = [this](const QString& address) {
+        return config.trustedProxies.contains(address);
+    };
+    QString client = QString::fromStdString(request.remoteAddress);
+    if (!trusted(client))
+        return request.remoteAddress;
+    // Each proxy appends the address it heard from, so the list (over every line of the
+    // header, in order) is read from its end.
+    QStringList hops;
+    for (const auto& [name, value] : request.headers) {
+        if (QString::fromStdString(name).compare(u"X-Forwarded-For", Qt::CaseInsensitive) == 0)
+            hops += QString::fromStdString(value).split(u',', Qt::SkipEmptyParts);
+    }
+    for (auto hop = hops.crbegin(); hop != hops.crend(); ++hop) {
+        client = hop->trimmed();
+        if (!trusted(client))
+            break;
+    }
+    return client.toStdString();
+}
+
 std::optional<Caller> ApiContext::authenticate(const HttpRequest& request,
                                                HttpResponse& response) const {
     const QString token = bearerToken(request);

@@ -13,6 +13,7 @@ namespace quillo::server {
 
 class GoogleIdTokenVerifier;
 class ModelClient;
+class SignInThrottle;
 class Storage;
 class TranscribeClient;
 struct AccountRow;
@@ -33,6 +34,7 @@ struct ApiContext {
     TranscribeClient& transcriber;
     GoogleIdTokenVerifier& verifier;
     const Clock& clock;
+    SignInThrottle& signInThrottle;
 
     qint64 now() const { return clock.nowMillis(); }
     // Days since 1970 in UTC: the daily allowance starts afresh at midnight UTC.
@@ -42,11 +44,17 @@ struct ApiContext {
     // plan on a self-hosted server, so both limits are the configured one).
     QJsonObject accountJson(const AccountRow& account, qint64 day) const;
 
-    // The caller of a request that needs a session, its session touched as used. Without one it
-    // answers 401 itself and gives nothing.
     // The oldest last use a session may have and still be valid.
     qint64 sessionIdleCutoff() const;
+    // The oldest issue time an access code may have and still be taken.
+    qint64 accessCodeCutoff() const;
 
+    // Who sent the request: the peer, or, when the peer is a trusted reverse proxy, the
+    // nearest address its X-Forwarded-For names that is not a trusted proxy itself.
+    std::string clientAddress(const HttpRequest& request) const;
+
+    // The caller of a request that needs a session, its session touched as used. Without one it
+    // answers 401 itself and gives nothing.
     std::optional<Caller> authenticate(const HttpRequest& request, HttpResponse& response) const;
 };
 

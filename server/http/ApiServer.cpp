@@ -5,6 +5,7 @@
 #include "RequestLog.h"
 #include "Router.h"
 #include "Routes.h"
+#include "SignInThrottle.h"
 #include "storage/Storage.h"
 
 #include <boost/asio/as_tuple.hpp>
@@ -67,6 +68,7 @@ private:
                 const std::exception_ptr& error);
     void forget(std::uint64_t connection);
 
+    SignInThrottle m_signInThrottle;
     ApiContext m_api;
     Router m_router;
     ConnectionContext m_connections;
@@ -84,7 +86,7 @@ private:
 ApiServer::Listener::Listener(ServerConfig config, Storage& storage, ModelClient& model,
                               TranscribeClient& transcriber, GoogleIdTokenVerifier& verifier,
                               const Clock& clock)
-    : m_api{std::move(config), storage, model, transcriber, verifier, clock}
+    : m_api{std::move(config), storage, model, transcriber, verifier, clock, m_signInThrottle}
     , m_connections{m_router, ConnectionLimits{}, {}}
     , m_io(std::max(1, m_api.config.threads))
     , m_acceptor(m_io) {

@@ -4,6 +4,7 @@
 #include "RequestLog.h"
 #include "Router.h"
 #include "Routes.h"
+#include "SignInThrottle.h"
 #include "auth/GoogleIdTokenVerifier.h"
 #include "auth/Secrets.h"
 #include "storage/Storage.h"
@@ -14,6 +15,15 @@ namespace {
 
 bool present(const QJsonValue& value) {
     return !value.isUndefined() && !value.isNull();
+}
+
+// Whether the service takes this (verified, lower-case) address: any, when nothing is listed;
+// else one listed whole, or one at a listed domain.
+bool googleAllowed(const QStringList& allowed, const QString& email) {
+    if (allowed.isEmpty())
+        return true;
+    const QString domain = email.mid(email.lastIndexOf(u'@') + 1);
+    return allowed.contains(email) || allowed.contains(domain);
 }
 
 // The account a Google ID token proves, or the answer already given.
@@ -39,6 +49,11 @@ std::optional<AccountRow> googleAccount(const ApiContext& api, const QJsonValue&
         sendError(response, 401, QStringLiteral("sign-in refused"));
         return std::nullopt;
     }
+    if (!googleAllowed(api.config.googleAllowed, identity->email)) {
+        qCInfo(lcHttp).noquote() << "Google sign-in refused: the account is not on the list";
+        sendError(response, 403, QStringLiteral("this Google account may not sign in here"));
+        return std::nullopt;
+    }
     return api.storage.ensureAccount(identity->email, identity->name, api.now());
 }
 
@@ -52,12 +67,19 @@ std::optional<AccountRow> codeAccount(const ApiContext& api, const QJsonValue& r
     const QByteArray code = normalizedAccessCode(reviewCode.toString());
     std::optional<AccountRow> account;
     if (!code.isEmpty()) {
-        if (const auto accountId = api.storage.accountForAccessCode(sha256(code)))
+        if (const auto accountId =
+                api.storage.accountForAccessCode(sha256(code), api.accessCodeCutoff()))
             account = api.storage.account(*accountId);
     }
     if (!account)
         sendError(response, 401, QStringLiteral("unknown access code"));
     return account;
+}
+
+void tooManyFailures(HttpResponse& response, qint64 waitMillis) {
+    const qint64 seconds = (waitMillis + 999) / 1000;
+    sendError(response, 429, QStringLiteral("too many failed sign-ins; try again later"));
+    response.setHeader("Retry-After", std::to_string(seconds));
 }
 
 void signIn(const ApiContext& api, const HttpRequest& request, HttpResponse& response) {
@@ -69,10 +91,18 @@ void signIn(const ApiContext& api, const HttpRequest& request, HttpResponse& res
     if (present(idToken) == present(reviewCode))
         return sendError(response, 400, QStringLiteral("expected idToken or reviewCode"));
 
+    const std::string client = api.clientAddress(request);
+    if (const auto wait = api.signInThrottle.waitFor(client, api.now()))
+        return tooManyFailures(response, *wait);
     const auto account = present(idToken) ? googleAccount(api, idToken, response)
                                           : codeAccount(api, reviewCode, response);
-    if (!account)
+    if (!account) {
+        // Only refusals count: a malformed body or an outage guessed nothing.
+        if (response.status == 401 || response.status == 403)
+            api.signInThrottle.failed(client, api.now());
         return;
+    }
+    api.signInThrottle.succeeded(client);
     response.accountId = account->id;
     const QByteArray token = randomToken(32);
     api.storage.createSession(account->id, sha256(token), api.now());

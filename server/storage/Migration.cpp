@@ -36,6 +36,12 @@ const QList<Migration>& sqliteMigrations() {
              " bytes BLOB NOT NULL,"
              " updated_at INTEGER NOT NULL)",
          }},
+        {2,
+         {
+             "CREATE TABLE service_checks ("
+             " id INTEGER PRIMARY KEY CHECK (id = 1),"
+             " checks INTEGER NOT NULL)",
+         }},
     };
     return migrations;
 }
@@ -69,6 +75,12 @@ const QList<Migration>& postgresMigrations() {
              " account_id BIGINT PRIMARY KEY REFERENCES accounts(id) ON DELETE CASCADE,"
              " bytes BYTEA NOT NULL,"
              " updated_at BIGINT NOT NULL)",
+         }},
+        {2,
+         {
+             "CREATE TABLE service_checks ("
+             " id INTEGER PRIMARY KEY CHECK (id = 1),"
+             " checks BIGINT NOT NULL)",
          }},
     };
     return migrations;

@@ -12,7 +12,13 @@ struct Migration {
 };
 
 // The same schema in each engine's dialect; keep the two lists in step.
+// (Version 2 holds the one row that readiness checks write, proving the database takes writes.)
 const QList<Migration>& sqliteMigrations();
 const QList<Migration>& postgresMigrations();
+
+// A readiness check's write, the same in both dialects.
+inline constexpr const char* countCheck =
+    "INSERT INTO service_checks (id, checks) VALUES (1, 1)"
+    " ON CONFLICT (id) DO UPDATE SET checks = service_checks.checks + 1";
 
 } // namespace quillo::server

@@ -121,8 +121,8 @@ void PostgresStorage::migrate() {
 
 bool PostgresStorage::ping() {
     try {
-        return withConnection(
-            [](PostgresConnection& db) { return db.exec("SELECT 1").rows() == 1; });
+        withConnection([](PostgresConnection& db) { db.exec(countCheck); });
+        return true;
     } catch (const StorageError&) {
         return false;
     }
@@ -205,13 +205,22 @@ void PostgresStorage::addAccessCode(qint64 accountId, const QByteArray& codeHash
     });
 }
 
-std::optional<qint64> PostgresStorage::accountForAccessCode(const QByteArray& codeHash) {
+std::optional<qint64> PostgresStorage::accountForAccessCode(const QByteArray& codeHash,
+                                                            qint64 issuedSince) {
     return withConnection([&](PostgresConnection& db) -> std::optional<qint64> {
-        const auto result = db.exec("SELECT account_id FROM access_codes WHERE code_hash = $1",
-                                    Params().add(codeHash));
+        const auto result = db.exec("SELECT account_id FROM access_codes"
+                                    " WHERE code_hash = $1 AND created_at >= $2",
+                                    Params().add(codeHash).add(issuedSince));
         if (result.rows() == 0)
             return std::nullopt;
         return result.int64At(0, 0);
+    });
+}
+
+void PostgresStorage::removeAccessCodes(qint64 accountId, qint64 issuedBefore) {
+    withConnection([&](PostgresConnection& db) {
+        db.exec("DELETE FROM access_codes WHERE account_id = $1 AND created_at < $2",
+                Params().add(accountId).add(issuedBefore));
     });
 }
 

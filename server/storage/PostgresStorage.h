@@ -35,7 +35,9 @@ public:
     void purgeSessions(qint64 idleCutoff) override;
 
     void addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) override;
-    std::optional<qint64> accountForAccessCode(const QByteArray& codeHash) override;
+    std::optional<qint64> accountForAccessCode(const QByteArray& codeHash,
+                                               qint64 issuedSince) override;
+    void removeAccessCodes(qint64 accountId, qint64 issuedBefore) override;
 
     int repliesOn(qint64 accountId, qint64 day) override;
     bool reserveReply(qint64 accountId, qint64 day, int limit) override;

@@ -4,7 +4,9 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace quillo::server {
@@ -14,6 +16,7 @@ namespace {
 // Long enough to ride out another process's write; short enough that a stuck database shows up
 // as a 503 rather than a hung request.
 constexpr int busyTimeoutMillis = 5000;
+constexpr int walAttempts = 50;
 
 } // namespace
 
@@ -43,12 +46,18 @@ void SqliteConnection::configure(Role role) {
     if (role == Role::Writer) {
         // WAL lets readers run while one writer commits; FULL makes every commit survive a
         // power loss, which an answered upload promises.
+        // Switching a new file to WAL needs it to itself for a moment; a second process starting
+        // at the same time gets the old mode back, without an error, and should ask again.
         QString journal;
-        {
+        for (int attempt = 0; attempt < walAttempts; ++attempt) {
+            if (attempt > 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
             auto mode = prepare("PRAGMA journal_mode = WAL");
             if (!mode.step())
                 fail("setting the journal mode");
             journal = mode.textAt(0);
+            if (journal == u"wal" || journal == u"memory")
+                break;
         }
         if (journal != u"wal" && journal != u"memory")
             throw StorageError("sqlite: the database refuses WAL mode (" + journal.toStdString() +

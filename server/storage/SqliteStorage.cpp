@@ -157,7 +157,8 @@ void SqliteStorage::migrate() {
 
 bool SqliteStorage::ping() {
     try {
-        return read([](SqliteConnection& db) { return db.prepare("SELECT 1").step(); });
+        write([](SqliteConnection& db) { db.exec(countCheck); });
+        return true;
     } catch (const StorageError&) {
         return false;
     }
@@ -255,13 +256,24 @@ void SqliteStorage::addAccessCode(qint64 accountId, const QByteArray& codeHash, 
     });
 }
 
-std::optional<qint64> SqliteStorage::accountForAccessCode(const QByteArray& codeHash) {
+std::optional<qint64> SqliteStorage::accountForAccessCode(const QByteArray& codeHash,
+                                                          qint64 issuedSince) {
     return read([&](SqliteConnection& db) -> std::optional<qint64> {
-        auto row = db.prepare("SELECT account_id FROM access_codes WHERE code_hash = ?1");
-        row.bind(1, codeHash);
+        auto row = db.prepare("SELECT account_id FROM access_codes"
+                              " WHERE code_hash = ?1 AND created_at >= ?2");
+        row.bind(1, codeHash).bind(2, issuedSince);
         if (!row.step())
             return std::nullopt;
         return row.int64At(0);
+    });
+}
+
+void SqliteStorage::removeAccessCodes(qint64 accountId, qint64 issuedBefore) {
+    write([&](SqliteConnection& db) {
+        db.prepare("DELETE FROM access_codes WHERE account_id = ?1 AND created_at < ?2")
+            .bind(1, accountId)
+            .bind(2, issuedBefore)
+            .run();
     });
 }
 

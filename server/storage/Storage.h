@@ -52,7 +52,8 @@ public:
 
     // Applies the schema migrations this build knows that the database has not seen yet.
     virtual void migrate() = 0;
-    // Cheap round trip, for readiness checks.
+    // Whether the database answers and takes a write (one small row), for readiness checks: a
+    // database that can only be read cannot keep anything a client sends.
     virtual bool ping() = 0;
     // Whether the database this storage opened is gone (its file deleted or replaced while the
     // service ran): every call fails from then on, and the service should stop rather than
@@ -79,10 +80,15 @@ public:
     // Removes every session last used before `idleCutoff`, which useSession() refuses anyway.
     virtual void purgeSessions(qint64 idleCutoff) = 0;
 
-    // Access codes (from `quillo-server invite`) are stored by their SHA-256 only, and stay
-    // valid until the account is deleted.
+    // Access codes (from `quillo-server invite`) are stored by their SHA-256 only, with the
+    // time they were issued.
     virtual void addAccessCode(qint64 accountId, const QByteArray& codeHash, qint64 now) = 0;
-    virtual std::optional<qint64> accountForAccessCode(const QByteArray& codeHash) = 0;
+    // The account of a code issued at or after `issuedSince`; older codes have expired.
+    virtual std::optional<qint64> accountForAccessCode(const QByteArray& codeHash,
+                                                       qint64 issuedSince) = 0;
+    // Removes the account's codes issued before `issuedBefore` (expired ones, or all of them
+    // when a new code is to be the only one).
+    virtual void removeAccessCodes(qint64 accountId, qint64 issuedBefore) = 0;
 
     // Replies counted on `day` (days since 1970, UTC).
     virtual int repliesOn(qint64 accountId, qint64 day) = 0;

@@ -170,6 +170,44 @@ TEST(ServerConfig, ReleaseLinksMayBePathsAndTlsTakesBothFiles) {
     EXPECT_EQ(config->requestTimeoutMillis, 5000);
 }
 
+// Who may sign in: code lifetime, the Google allow-list and the proxies whose word is taken.
+TEST(ServerConfig, SignInGuardsAreReadAndChecked) {
+    const auto config = ServerConfig::fromEnvironment(
+        environment({{"QUILLO_CODE_DAYS", "7"},
+                     {"QUILLO_GOOGLE_ALLOWED", " School.Example, @kids.example,ana@Example.com,,"},
+                     {"QUILLO_TRUSTED_PROXIES", "127.0.0.1, ::1,10.0.0.2"}}));
+    ASSERT_TRUE(config) << config.error().toStdString();
+    EXPECT_EQ(config->codeDays, 7);
+    EXPECT_EQ(config->googleAllowed,
+              QStringList({QStringLiteral("school.example"), QStringLiteral("kids.example"),
+                           QStringLiteral("ana@example.com")}));
+    EXPECT_EQ(config->trustedProxies,
+              QStringList({QStringLiteral("127.0.0.1"), QStringLiteral("::1"),
+                           QStringLiteral("10.0.0.2")}));
+    const auto defaults = ServerConfig::fromEnvironment(environment({}));
+    EXPECT_EQ(defaults->codeDays, 30);
+    EXPECT_TRUE(defaults->googleAllowed.isEmpty());
+
+    const struct {
+        const char* name;
+        const char* value;
+        const char16_t* error;
+    } bad[] = {
+        {"QUILLO_CODE_DAYS", "0", u"QUILLO_CODE_DAYS: \"0\" is not a whole number from 1 to 3650"},
+        {"QUILLO_GOOGLE_ALLOWED", "example",
+         u"QUILLO_GOOGLE_ALLOWED: \"example\" is not an e-mail domain or address"},
+        {"QUILLO_GOOGLE_ALLOWED", "a@b@example.org",
+         u"QUILLO_GOOGLE_ALLOWED: \"a@b@example.org\" is not an e-mail domain or address"},
+        {"QUILLO_TRUSTED_PROXIES", "proxy.lan",
+         u"QUILLO_TRUSTED_PROXIES: \"proxy.lan\" is not an IP address"},
+    };
+    for (const auto& c : bad) {
+        const auto refused = ServerConfig::fromEnvironment(environment({{c.name, c.value}}));
+        ASSERT_FALSE(refused) << c.name << "=" << c.value;
+        EXPECT_EQ(refused.error(), QString::fromUtf16(c.error));
+    }
+}
+
 TEST(ServerConfig, HelpListsEveryVariableInColumns) {
     const QString help = ServerConfig::variablesHelp();
     const char* names[] = {
@@ -180,7 +218,8 @@ TEST(ServerConfig, HelpListsEveryVariableInColumns) {
         "QUILLO_GOOGLE_CLIENT_IDS", "QUILLO_GOOGLE_JWKS_URL",    "QUILLO_RELEASE_VERSION",
         "QUILLO_RELEASE_URL",       "QUILLO_SERVER_THREADS",     "QUILLO_MAX_BODY_BYTES",
         "QUILLO_SESSION_IDLE_DAYS", "QUILLO_REQUEST_TIMEOUT",    "QUILLO_TLS_CERT",
-        "QUILLO_TLS_KEY",
+        "QUILLO_TLS_KEY",           "QUILLO_CODE_DAYS",          "QUILLO_GOOGLE_ALLOWED",
+        "QUILLO_TRUSTED_PROXIES",
     };
     QStringList rows = help.split(u'\n', Qt::SkipEmptyParts).filter(QStringLiteral("  QUILLO_"));
     ASSERT_EQ(rows.size(), std::size(names)) << help.toStdString();

@@ -29,8 +29,11 @@ public:
     void addAccessCode(qint64 id, const QByteArray& hash, qint64 now) override {
         inner().addAccessCode(id, hash, now);
     }
-    std::optional<qint64> accountForAccessCode(const QByteArray& hash) override {
-        return inner().accountForAccessCode(hash);
+    std::optional<qint64> accountForAccessCode(const QByteArray& hash, qint64 since) override {
+        return inner().accountForAccessCode(hash, since);
+    }
+    void removeAccessCodes(qint64 id, qint64 before) override {
+        inner().removeAccessCodes(id, before);
     }
     int repliesOn(qint64 id, qint64 day) override { return inner().repliesOn(id, day); }
     bool reserveReply(qint64 id, qint64 day, int limit) override {

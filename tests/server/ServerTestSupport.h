@@ -170,7 +170,7 @@ protected:
     QString invite(const QString& email) {
         const AccountRow account = storage->ensureAccount(email, QStringLiteral("Test"), 1);
         const QString code = newAccessCode();
-        storage->addAccessCode(account.id, sha256(normalizedAccessCode(code)), 1);
+        storage->addAccessCode(account.id, sha256(normalizedAccessCode(code)), clock.nowMillis());
         return code;
     }
 

@@ -1,4 +1,5 @@
 #include "StorageTestSupport.h"
+#include "storage/SqliteConnection.h"
 
 #include <gtest/gtest.h>
 
@@ -6,6 +7,7 @@
 
 #include <atomic>
 #include <latch>
+#include <limits>
 #include <thread>
 #include <vector>
 
@@ -59,7 +61,8 @@ TEST_P(StorageSuite, ProcessesStartingTogetherMigrateOneDatabase) {
         start.arrive_and_wait();
         try {
             openStorage(shared)->migrate();
-        } catch (const StorageError&) {
+        } catch (const StorageError& failure) {
+            ADD_FAILURE() << failure.what();
             ++failures;
         }
     };
@@ -121,10 +124,51 @@ TEST_P(StorageSuite, SessionsAreFoundByHashUntilIdle) {
     ASSERT_TRUE(db->useSession(sha256("token"), later, later + 3 * minute));
     // A clock that steps back does not make the session look older.
     EXPECT_EQ(db->useSession(sha256("token"), later, t0)->lastUsedAt, later + 3 * minute);
+}
 
-    db->addAccessCode(id, sha256("code"), t0);
-    EXPECT_EQ(db->accountForAccessCode(sha256("code")), id);
-    EXPECT_FALSE(db->accountForAccessCode(sha256("nope")));
+TEST_P(StorageSuite, AccessCodesExpireAndCanBeRevoked) {
+    const qint64 id = db->ensureAccount(QStringLiteral("ana@example.com"), {}, t0).id;
+    const qint64 other = db->ensureAccount(QStringLiteral("ben@example.com"), {}, t0).id;
+    db->addAccessCode(id, sha256("old"), t0);
+    db->addAccessCode(id, sha256("new"), t0 + 10);
+    db->addAccessCode(other, sha256("ben"), t0);
+
+    // Taken when issued at or after the cut-off; never by the code's text itself.
+    EXPECT_EQ(db->accountForAccessCode(sha256("old"), t0), id);
+    EXPECT_FALSE(db->accountForAccessCode(sha256("old"), t0 + 1));
+    EXPECT_EQ(db->accountForAccessCode(sha256("new"), t0 + 1), id);
+    EXPECT_FALSE(db->accountForAccessCode(sha256("nope"), 0));
+    EXPECT_FALSE(db->accountForAccessCode(QByteArray("old"), 0));
+
+    // Removing the account's codes issued before a time leaves later ones and other accounts.
+    db->removeAccessCodes(id, t0 + 10);
+    EXPECT_FALSE(db->accountForAccessCode(sha256("old"), 0));
+    EXPECT_EQ(db->accountForAccessCode(sha256("new"), 0), id);
+    db->removeAccessCodes(id, std::numeric_limits<qint64>::max());
+    EXPECT_FALSE(db->accountForAccessCode(sha256("new"), 0));
+    EXPECT_EQ(db->accountForAccessCode(sha256("ben"), 0), other);
+}
+
+TEST_P(StorageSuite, ReadinessNeedsADatabaseThatTakesWrites) {
+    const qint64 id = db->ensureAccount(QStringLiteral("ana@example.com"), {}, t0).id;
+    EXPECT_TRUE(db->ping());
+    EXPECT_TRUE(db->ping()); // the check's row is there now, and is written again
+
+    // The database goes on answering reads but refuses the check's write, as one does on a
+    // full disk or a read-only standby.
+    if (GetParam() == Engine::Sqlite) {
+        SqliteConnection outside(url.mid(7), SqliteConnection::Role::Writer);
+        outside.exec("CREATE TRIGGER refuse BEFORE UPDATE ON service_checks"
+                     " BEGIN SELECT RAISE(ABORT, 'read-only'); END");
+    } else {
+        PostgresConnection outside(url);
+        outside.exec("CREATE FUNCTION refuse() RETURNS trigger LANGUAGE plpgsql"
+                     " AS $$ BEGIN RAISE EXCEPTION 'read-only'; END $$");
+        outside.exec("CREATE TRIGGER refuse BEFORE UPDATE ON service_checks"
+                     " FOR EACH ROW EXECUTE FUNCTION refuse()");
+    }
+    EXPECT_FALSE(db->ping());
+    EXPECT_TRUE(db->account(id));
 }
 
 TEST_P(StorageSuite, RepliesAreCountedPerAccountAndDayWithinTheLimit) {
@@ -219,13 +263,13 @@ TEST_P(StorageSuite, DeletingAnAccountRemovesOnlyItsRows) {
     db->deleteAccount(ids[0]);
     EXPECT_FALSE(db->account(ids[0]));
     EXPECT_FALSE(db->useSession(sha256("gone"), 0, t0));
-    EXPECT_FALSE(db->accountForAccessCode(sha256("gone") + "code"));
+    EXPECT_FALSE(db->accountForAccessCode(sha256("gone") + "code", 0));
     EXPECT_EQ(db->repliesOn(ids[0], 1), 0);
     EXPECT_FALSE(db->document(ids[0]));
 
     EXPECT_TRUE(db->account(ids[1]));
     EXPECT_EQ(db->useSession(sha256("kept"), 0, t0)->accountId, ids[1]);
-    EXPECT_EQ(db->accountForAccessCode(sha256("kept") + "code"), ids[1]);
+    EXPECT_EQ(db->accountForAccessCode(sha256("kept") + "code", 0), ids[1]);
     EXPECT_EQ(db->repliesOn(ids[1], 1), 1);
     EXPECT_EQ(db->document(ids[1])->bytes, QByteArray("kept"));
 
