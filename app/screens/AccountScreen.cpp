@@ -2,6 +2,7 @@
 
 #include "chat/ChatRepository.h"
 #include "desktop/GoogleSignIn.h"
+#include "service/ServiceAddress.h"
 
 namespace quillo {
 
@@ -12,10 +13,16 @@ const QString deleteFailed =
 
 } // namespace
 
-AccountScreen::AccountScreen(ChatRepository& repository, GoogleSignIn* google, QObject* parent)
+AccountScreen::AccountScreen(ChatRepository& repository, GoogleSignIn* google, const QUrl& service,
+                             QObject* parent)
     : QObject(parent)
     , m_repository(repository)
-    , m_google(google) {
+    , m_google(google)
+    , m_connectionWarning(travelsInClear(service)
+                              ? QStringLiteral("Quillo at %1 is reached over plain http: your "
+                                               "sign-in and chats travel unencrypted.")
+                                    .arg(service.host())
+                              : QString()) {
     connect(&repository, &ChatRepository::accountChanged, this, &AccountScreen::accountChanged);
     if (m_google)
         connect(m_google, &GoogleSignIn::waitingChanged, this, &AccountScreen::busyChanged);

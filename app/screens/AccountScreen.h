@@ -4,6 +4,7 @@
 
 #include <QCoro/QCoroTask>
 #include <QObject>
+#include <QUrl>
 #include <QtQml/qqmlregistration.h>
 
 #include <memory>
@@ -30,10 +31,14 @@ class AccountScreen : public QObject {
     Q_PROPERTY(bool googleAvailable READ googleAvailable CONSTANT)
     // A Google sign-in waits for the browser.
     Q_PROPERTY(bool waitingForBrowser READ waitingForBrowser NOTIFY busyChanged)
+    // One line when the service is reached in the clear over a network; empty otherwise.
+    Q_PROPERTY(QString connectionWarning READ connectionWarning CONSTANT)
 
 public:
-    // Without `google` (no client id configured) only access codes sign in.
-    AccountScreen(ChatRepository& repository, GoogleSignIn* google, QObject* parent = nullptr);
+    // Without `google` (no client id configured) only access codes sign in. `service` is where
+    // the service is reached.
+    AccountScreen(ChatRepository& repository, GoogleSignIn* google, const QUrl& service,
+                  QObject* parent = nullptr);
     ~AccountScreen() override;
 
     bool signedIn() const;
@@ -44,6 +49,7 @@ public:
     const QString& deleteFailureLine() const { return m_deleteFailureLine; }
     bool googleAvailable() const { return m_google != nullptr; }
     bool waitingForBrowser() const;
+    const QString& connectionWarning() const { return m_connectionWarning; }
 
     Q_INVOKABLE void signInWithCode(const QString& code);
     Q_INVOKABLE void continueWithGoogle();
@@ -74,6 +80,7 @@ private:
     bool m_busy = false;
     QString m_failureLine;
     QString m_deleteFailureLine;
+    const QString m_connectionWarning;
     std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
 };
 

@@ -124,6 +124,16 @@ Rectangle {
             visible: running
         }
         Label {
+            objectName: "connectionWarning"
+            Layout.fillWidth: true
+            visible: text.length > 0
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            text: screen.account.connectionWarning
+            color: Theme.secondaryText
+            font.pixelSize: Theme.smallSize + 0.5
+        }
+        Label {
             objectName: "failureLine"
             Layout.fillWidth: true
             visible: text.length > 0
