@@ -92,6 +92,27 @@ TEST_F(ServerProcess, InvitePrintsACodeAndRefusesBadInput) {
     EXPECT_TRUE(help.out.contains("QUILLO_MODEL_URL"));
 }
 
+TEST_F(ServerProcess, InviteCanMakeTheNewCodeTheOnlyOne) {
+    const auto invite = [&](QStringList extra = {}) {
+        const Run invited =
+            run(QStringList{QStringLiteral("invite"), QStringLiteral("ana@example.com")} + extra,
+                environment());
+        EXPECT_EQ(invited.exitCode, 0) << invited.err.toStdString();
+        return sha256(normalizedAccessCode(QString::fromLatin1(invited.out).trimmed()));
+    };
+    const QByteArray first = invite();
+    const QByteArray second = invite();
+    const auto storage =
+        openStorage(QStringLiteral("sqlite:") + dir.filePath(QStringLiteral("q.db")));
+    EXPECT_TRUE(storage->accountForAccessCode(first, 0)) << "codes add up by default";
+    EXPECT_TRUE(storage->accountForAccessCode(second, 0));
+
+    const QByteArray only = invite({QStringLiteral("--revoke-others")});
+    EXPECT_FALSE(storage->accountForAccessCode(first, 0));
+    EXPECT_FALSE(storage->accountForAccessCode(second, 0));
+    EXPECT_TRUE(storage->accountForAccessCode(only, 0));
+}
+
 TEST_F(ServerProcess, SigtermLetsTheReplyInFlightFinishThenExitsCleanly) {
     const Run invited =
         run({QStringLiteral("invite"), QStringLiteral("ana@example.com")}, environment());
