@@ -46,7 +46,7 @@ protected:
     QList<QQuickItem*> items(const QString& objectName) const;
     // Turns the event loop (and the manual clock by `step` each turn, the animations by a
     // frame) until `done` holds, at most `turns` times; whether it came true.
-    bool spinUntil(const std::function<bool()>& done, int turns = 400, qint64 step = 0);
+    bool spinUntil(const std::function<bool()>& done, int turns = 2500, qint64 step = 0);
     // Lets the animations run to their end, then saves the window to <build>/screens/NAME.png,
     // for review.
     void grab(const QString& name, QQuickWindow* window = nullptr);
