@@ -131,7 +131,6 @@ void PortalHotKey::shortcutsBound(uint response, const QVariantMap&) {
         return;
     }
     m_registered = true;
-    Q_EMIT registeredChanged();
 }
 
 void PortalHotKey::activated(const QDBusObjectPath& session, const QString& shortcut, qulonglong,

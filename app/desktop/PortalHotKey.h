@@ -25,7 +25,6 @@ public:
 
 Q_SIGNALS:
     void pressed();
-    void registeredChanged();
     // No portal, or the desktop declined: the key stays unbound.
     void unavailable();
 

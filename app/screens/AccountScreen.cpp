@@ -78,11 +78,6 @@ void AccountScreen::deleteAccount() {
     deleting();
 }
 
-void AccountScreen::clearFailures() {
-    setFailureLine({});
-    setDeleteFailureLine({});
-}
-
 QCoro::Task<> AccountScreen::signingIn(QString code) {
     const std::shared_ptr<bool> alive = m_alive;
     setFailureLine({});
@@ -137,9 +132,7 @@ QCoro::Task<> AccountScreen::deleting() {
     if (!*alive)
         co_return;
     setBusy(false);
-    if (outcome.ok())
-        Q_EMIT accountDeleted();
-    else
+    if (!outcome.ok())
         setDeleteFailureLine(deleteFailed);
 }
 

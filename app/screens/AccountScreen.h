@@ -56,14 +56,12 @@ public:
     Q_INVOKABLE void cancelGoogle();
     Q_INVOKABLE void signOut();
     Q_INVOKABLE void deleteAccount();
-    Q_INVOKABLE void clearFailures();
 
 Q_SIGNALS:
     void accountChanged();
     void busyChanged();
     void failureLineChanged();
     void deleteFailureLineChanged();
-    void accountDeleted();
 
 private:
     QCoro::Task<> signingIn(QString code);

@@ -6,10 +6,6 @@ QString AppIdentity::displayName() {
     return QStringLiteral("Quillo");
 }
 
-QString AppIdentity::shortMonogram() {
-    return displayName().left(1);
-}
-
 QString AppIdentity::bundleIdentifier() {
     return QStringLiteral("app.quillo.mac");
 }

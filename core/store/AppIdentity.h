@@ -11,8 +11,6 @@ namespace quillo {
 struct AppIdentity {
     // Shown in the user interface.
     static QString displayName();
-    // One-letter mark for places where the name does not fit.
-    static QString shortMonogram();
     // Identifies the desktop application; also the prefix of its log categories.
     static QString bundleIdentifier();
     // Name of the support directory.

@@ -39,10 +39,6 @@ AppPaths AppPaths::current() {
     return AppPaths(qEnvironmentVariable("QUILLO_SUPPORT_DIR"), root);
 }
 
-QString AppPaths::suiteName() {
-    return AppIdentity::supportSuiteName();
-}
-
 QString AppPaths::statePath() const {
     return m_supportDir + QStringLiteral("/state.json");
 }

@@ -20,7 +20,6 @@ public:
     // From QUILLO_SUPPORT_DIR and the platform's per-user data location.
     static AppPaths current();
 
-    static QString suiteName();
     QString applicationSupportDir() const { return m_supportDir; }
     QString statePath() const;
     QString sessionPath() const;
