@@ -75,7 +75,7 @@ int PostgresResult::rows() const {
     return PQntuples(m_result);
 }
 
-int PostgresResult::affected() const {
+int PostgresResult::changes() const {
     return std::atoi(PQcmdTuples(m_result));
 }
 

@@ -39,7 +39,7 @@ public:
 
     int rows() const;
     // Rows an INSERT, UPDATE or DELETE changed.
-    int affected() const;
+    int changes() const;
     qint64 int64At(int row, int column) const;
     QString textAt(int row, int column) const;
     QByteArray bytesAt(int row, int column) const;

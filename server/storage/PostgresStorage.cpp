@@ -46,60 +46,17 @@ void applyMigration(PostgresConnection& db, const Migration& migration) {
 
 } // namespace
 
-// A connection borrowed from the pool for one call; given back only if it is still usable.
-class PostgresStorage::Lease {
-public:
-    explicit Lease(PostgresStorage& storage)
-        : m_storage(storage) {
-        std::unique_lock lock(storage.m_mutex);
-        storage.m_returned.wait(
-            lock, [&] { return !storage.m_idle.empty() || storage.m_open < storage.m_max; });
-        if (!storage.m_idle.empty()) {
-            m_connection = std::move(storage.m_idle.back());
-            storage.m_idle.pop_back();
-            return;
-        }
-        ++storage.m_open;
-        lock.unlock();
-        try {
-            m_connection = std::make_unique<PostgresConnection>(storage.m_url);
-        } catch (...) {
-            lock.lock();
-            --storage.m_open;
-            storage.m_returned.notify_one();
-            throw;
-        }
-    }
-    ~Lease() {
-        std::lock_guard lock(m_storage.m_mutex);
-        if (m_connection->reusable())
-            m_storage.m_idle.push_back(std::move(m_connection));
-        else
-            --m_storage.m_open;
-        m_storage.m_returned.notify_one();
-    }
-    Lease(const Lease&) = delete;
-    Lease& operator=(const Lease&) = delete;
-
-    PostgresConnection& connection() { return *m_connection; }
-
-private:
-    PostgresStorage& m_storage;
-    std::unique_ptr<PostgresConnection> m_connection;
-};
-
 PostgresStorage::PostgresStorage(const QString& url, int maxConnections)
-    : m_url(url)
-    , m_max(std::max(1, maxConnections)) {
-    Lease first(*this);
+    : m_pool([url] { return std::make_unique<PostgresConnection>(url); }, maxConnections) {
+    // Connects once up front, so that a wrong URL shows at start-up.
+    m_pool.with([](PostgresConnection&) {});
 }
 
 PostgresStorage::~PostgresStorage() = default;
 
 template <typename F>
 auto PostgresStorage::withConnection(F&& work) {
-    Lease lease(*this);
-    return work(lease.connection());
+    return m_pool.with(std::forward<F>(work));
 }
 
 void PostgresStorage::migrate() {
@@ -243,7 +200,7 @@ bool PostgresStorage::reserveReply(qint64 accountId, qint64 day, int limit) {
                        " ON CONFLICT (account_id, day) DO UPDATE"
                        " SET count = reply_counts.count + 1 WHERE reply_counts.count < $3",
                        Params().add(accountId).add(day).add(qint64(limit)))
-                   .affected() == 1;
+                   .changes() == 1;
     });
 }
 

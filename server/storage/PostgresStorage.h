@@ -1,15 +1,10 @@
 #pragma once
 
+#include "ConnectionPool.h"
+#include "PostgresConnection.h"
 #include "Storage.h"
 
-#include <condition_variable>
-#include <memory>
-#include <mutex>
-#include <vector>
-
 namespace quillo::server {
-
-class PostgresConnection;
 
 // Storage in a PostgreSQL database, which several service processes may share. Each call
 // borrows one connection from a small pool; a broken connection is dropped and replaced on
@@ -48,17 +43,10 @@ public:
                           qint64 now) override;
 
 private:
-    class Lease;
-
     template <typename F>
     auto withConnection(F&& work);
 
-    QString m_url;
-    std::mutex m_mutex;
-    std::condition_variable m_returned;
-    std::vector<std::unique_ptr<PostgresConnection>> m_idle;
-    int m_open = 0;
-    int m_max = 0;
+    ConnectionPool<PostgresConnection> m_pool;
 };
 
 } // namespace quillo::server

@@ -84,6 +84,15 @@ void SqliteConnection::exec(const char* sql) {
         fail("running a statement");
 }
 
+bool SqliteConnection::tryExec(const char* sql) noexcept {
+    return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+bool SqliteConnection::reusable() const {
+    // Outside a transaction: a failed call may have left one open, which would hold the lock.
+    return sqlite3_get_autocommit(m_db) != 0;
+}
+
 int SqliteConnection::changes() const {
     return sqlite3_changes(m_db);
 }
@@ -148,7 +157,7 @@ QString SqliteStatement::textAt(int column) const {
     return QString::fromUtf8(text, sqlite3_column_bytes(m_statement, column));
 }
 
-QByteArray SqliteStatement::blobAt(int column) const {
+QByteArray SqliteStatement::bytesAt(int column) const {
     const auto* data = static_cast<const char*>(sqlite3_column_blob(m_statement, column));
     const int size = sqlite3_column_bytes(m_statement, column);
     return data ? QByteArray(data, size) : QByteArray();

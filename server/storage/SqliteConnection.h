@@ -25,8 +25,14 @@ public:
     SqliteConnection& operator=(const SqliteConnection&) = delete;
 
     SqliteStatement prepare(const char* sql);
-    // Runs statements without parameters or results.
+    // Runs statements without parameters or results. Throws StorageError.
     void exec(const char* sql);
+    // Runs a statement and reports failure as false, for clean-up paths.
+    bool tryExec(const char* sql) noexcept;
+
+    // Whether the connection can be handed to the next caller: not left inside a transaction
+    // by a failed call.
+    bool reusable() const;
     // Rows the last INSERT, UPDATE or DELETE changed.
     int changes() const;
 
@@ -61,7 +67,7 @@ public:
 
     qint64 int64At(int column) const;
     QString textAt(int column) const;
-    QByteArray blobAt(int column) const;
+    QByteArray bytesAt(int column) const;
 
 private:
     SqliteConnection& m_connection;

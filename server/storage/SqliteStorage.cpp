@@ -14,6 +14,8 @@ namespace quillo::server {
 
 namespace {
 
+using Role = SqliteConnection::Role;
+
 Q_LOGGING_CATEGORY(lcStorage, "quillo.storage")
 
 bool isInMemory(const QString& path) {
@@ -47,69 +49,27 @@ void applyMigration(SqliteConnection& db, const Migration& migration) {
         }
         db.exec("COMMIT");
     } catch (...) {
-        try {
-            db.exec("ROLLBACK");
-        } catch (const StorageError&) {
-            // The original failure is the one worth reporting.
-        }
+        db.tryExec("ROLLBACK"); // the original failure is the one worth reporting
         throw;
     }
 }
 
 } // namespace
 
-// A read-only connection borrowed from the pool for one call.
-class SqliteStorage::ReaderLease {
-public:
-    explicit ReaderLease(SqliteStorage& storage)
-        : m_storage(storage) {
-        std::unique_lock lock(storage.m_readersMutex);
-        storage.m_readerReturned.wait(lock, [&] {
-            return !storage.m_idleReaders.empty() || storage.m_openReaders < storage.m_maxReaders;
-        });
-        if (!storage.m_idleReaders.empty()) {
-            m_connection = std::move(storage.m_idleReaders.back());
-            storage.m_idleReaders.pop_back();
-            return;
-        }
-        ++storage.m_openReaders;
-        lock.unlock();
-        try {
-            m_connection =
-                std::make_unique<SqliteConnection>(storage.m_path, SqliteConnection::Role::Reader);
-        } catch (...) {
-            lock.lock();
-            --storage.m_openReaders;
-            storage.m_readerReturned.notify_one();
-            throw;
-        }
-    }
-    ~ReaderLease() {
-        std::lock_guard lock(m_storage.m_readersMutex);
-        m_storage.m_idleReaders.push_back(std::move(m_connection));
-        m_storage.m_readerReturned.notify_one();
-    }
-    ReaderLease(const ReaderLease&) = delete;
-    ReaderLease& operator=(const ReaderLease&) = delete;
-
-    SqliteConnection& connection() { return *m_connection; }
-
-private:
-    SqliteStorage& m_storage;
-    std::unique_ptr<SqliteConnection> m_connection;
-};
-
 SqliteStorage::SqliteStorage(const QString& path, int maxReaders)
     : m_path(path)
-    , m_maxReaders(isInMemory(path) ? 0 : maxReaders) {
+    , m_writer([path] { return std::make_unique<SqliteConnection>(path, Role::Writer); }, 1) {
     if (path.isEmpty())
         throw StorageError("sqlite: the database path is empty");
     if (!isInMemory(path)) {
         const QString directory = QFileInfo(path).absolutePath();
         if (!QDir().mkpath(directory))
             throw StorageError("sqlite: cannot create the directory " + directory.toStdString());
+        // An in-memory database lives on its one connection, so reads take that one too.
+        m_readers.emplace([path] { return std::make_unique<SqliteConnection>(path, Role::Reader); },
+                          maxReaders);
     }
-    m_writer = std::make_unique<SqliteConnection>(path, SqliteConnection::Role::Writer);
+    m_writer.with([](SqliteConnection&) {}); // creates the file, and shows a bad path now
     if (!isInMemory(path))
         m_file = fileIdentity(path);
 }
@@ -132,17 +92,15 @@ SqliteStorage::~SqliteStorage() = default;
 template <typename F>
 auto SqliteStorage::write(F&& work) {
     checkFile();
-    std::lock_guard lock(m_writerMutex);
-    return work(*m_writer);
+    return m_writer.with(std::forward<F>(work));
 }
 
 template <typename F>
 auto SqliteStorage::read(F&& work) {
-    if (m_maxReaders == 0)
+    if (!m_readers)
         return write(std::forward<F>(work));
     checkFile();
-    ReaderLease lease(*this);
-    return work(lease.connection());
+    return m_readers->with(std::forward<F>(work));
 }
 
 void SqliteStorage::migrate() {
@@ -316,7 +274,7 @@ std::optional<DocumentRow> SqliteStorage::document(qint64 accountId) {
         row.bind(1, accountId);
         if (!row.step())
             return std::nullopt;
-        return DocumentRow{row.blobAt(0), row.int64At(1)};
+        return DocumentRow{row.bytesAt(0), row.int64At(1)};
     });
 }
 

@@ -1,21 +1,16 @@
 #pragma once
 
+#include "ConnectionPool.h"
+#include "SqliteConnection.h"
+#include "Storage.h"
+
 #include <sys/types.h>
 
 #include <atomic>
 #include <optional>
 #include <utility>
 
-#include "Storage.h"
-
-#include <condition_variable>
-#include <memory>
-#include <mutex>
-#include <vector>
-
 namespace quillo::server {
-
-class SqliteConnection;
 
 // Storage in one SQLite file. Writes go through one connection, one at a time (SQLite allows a
 // single writer anyway, and queueing on a mutex beats polling its busy timeout); reads run on a
@@ -56,8 +51,6 @@ public:
                           qint64 now) override;
 
 private:
-    class ReaderLease;
-
     template <typename F>
     auto write(F&& work);
     template <typename F>
@@ -70,14 +63,8 @@ private:
     QString m_path;
     std::optional<std::pair<dev_t, ino_t>> m_file;
     std::atomic<bool> m_lost = false;
-    std::mutex m_writerMutex;
-    std::unique_ptr<SqliteConnection> m_writer;
-
-    std::mutex m_readersMutex;
-    std::condition_variable m_readerReturned;
-    std::vector<std::unique_ptr<SqliteConnection>> m_idleReaders;
-    int m_openReaders = 0;
-    int m_maxReaders = 0;
+    ConnectionPool<SqliteConnection> m_writer;                 // one connection
+    std::optional<ConnectionPool<SqliteConnection>> m_readers; // read-only ones
 };
 
 } // namespace quillo::server
