@@ -1,23 +1,24 @@
 #include "GoogleSignIn.h"
 
+#include "service/HttpRequest.h"
+
 #include <QCryptographicHash>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
+#include <QNetworkRequest>
 #include <QRandomGenerator>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QUrlQuery>
 
-#include <QCoroNetworkReply>
 #include <QCoroSignal>
 
 namespace quillo {
 
 namespace {
 
-constexpr int tokenRequestLimitMs = 60'000;
+// Google answers at once or not at all; a minute covers a slow network either way.
+constexpr HttpLimits tokenRequestLimits{std::chrono::seconds(60), std::chrono::seconds(60)};
 const QString clientDomain = QStringLiteral(".apps.googleusercontent.com");
 const QString redirectPath = QStringLiteral("/oauthredirect");
 
@@ -37,10 +38,6 @@ std::optional<QString> requestTarget(const QByteArray& head) {
         return std::nullopt;
     return QString::fromLatin1(words[1]);
 }
-
-struct DeleteLater {
-    void operator()(QObject* object) const { object->deleteLater(); }
-};
 
 } // namespace
 
@@ -71,7 +68,7 @@ GoogleSignIn::GoogleSignIn(GoogleSignInConfig config, Opener opener, QObject* pa
     : QObject(parent)
     , m_config(std::move(config))
     , m_opener(std::move(opener))
-    , m_network(std::make_shared<QNetworkAccessManager>()) {}
+    , m_network(newNetwork()) {}
 
 GoogleSignIn::~GoogleSignIn() {
     *m_alive = false;
@@ -198,17 +195,14 @@ QCoro::Task<GoogleSignIn::Outcome> GoogleSignIn::exchange(QString code, QString 
     QNetworkRequest request(m_config.tokenEndpoint);
     request.setHeader(QNetworkRequest::ContentTypeHeader,
                       QStringLiteral("application/x-www-form-urlencoded"));
-    request.setTransferTimeout(tokenRequestLimitMs);
-    std::unique_ptr<QNetworkReply, DeleteLater> reply(network->post(request, body));
-    co_await reply.get();
-
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (!status.isValid())
+    auto exchanging = sendRequest(network, "POST", request, body, tokenRequestLimits);
+    const HttpAnswer answer = co_await exchanging;
+    if (!answer.status)
         co_return Outcome(refused("Couldn't reach Google. Check your connection and try again."));
     // Strictly 200: any other answer, another 2xx too, is a refusal.
-    if (status.toInt() != 200)
+    if (*answer.status != 200)
         co_return Outcome(refused("Google didn't accept the sign-in. Try again."));
-    const QJsonValue token = QJsonDocument::fromJson(reply->readAll()).object().value(u"id_token");
+    const QJsonValue token = QJsonDocument::fromJson(answer.body).object().value(u"id_token");
     if (!token.isString() || token.toString().isEmpty())
         co_return Outcome(refused("Couldn't reach Google. Check your connection and try again."));
     co_return Outcome(token.toString());

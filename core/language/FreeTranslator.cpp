@@ -1,32 +1,31 @@
 #include "FreeTranslator.h"
 
+#include "common/LogCategories.h"
 #include "model/Languages.h"
 #include "model/TextHelpers.h"
+#include "service/HttpRequest.h"
 
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLoggingCategory>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QSet>
-#include <QTimer>
 #include <QUrlQuery>
-
-#include <QCoroNetworkReply>
 
 namespace quillo {
 
 namespace {
 
-Q_LOGGING_CATEGORY(lcTranslate, "quillo.translate")
-
 using Fetched = Result<QByteArray, TranslationFailure>;
 
 // However slowly bytes trickle in, a request ends after this long.
 constexpr std::chrono::milliseconds overallLimit{60'000};
+
+HttpLimits limits(std::chrono::milliseconds silence) {
+    return {silence, overallLimit};
+}
 constexpr qsizetype maxAlternatives = 3;
 
 const QHash<QString, QString>& codeTable() {
@@ -114,43 +113,21 @@ QString targetCode(const QString& name) {
     return FreeTranslator::languageCode(name).value_or(QStringLiteral("en"));
 }
 
-struct DeleteLater {
-    void operator()(QObject* object) const { object->deleteLater(); }
-};
-
-// The one request routine. It holds everything in its own frame, the manager through the shared
-// pointer, so a request in flight outlives the translator that started it.
-QCoro::Task<Fetched> fetch(std::shared_ptr<QNetworkAccessManager> network, QNetworkRequest request,
-                           std::optional<QByteArray> body) {
-    std::unique_ptr<QNetworkReply, DeleteLater> reply(body ? network->post(request, *body)
-                                                           : network->get(request));
-
-    // The silence limit does not catch an endpoint that trickles bytes forever.
-    QTimer deadline;
-    deadline.setSingleShot(true);
-    QObject::connect(&deadline, &QTimer::timeout, reply.get(), &QNetworkReply::abort);
-    deadline.start(overallLimit);
-
-    co_await reply.get();
-    const bool timedOut = !deadline.isActive();
-    deadline.stop();
-
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    const int code = status.isValid() ? status.toInt() : 0;
-    const bool success = code >= 200 && code <= 299;
-    if (status.isValid() && !success)
+// What an endpoint's answer means here: its body, or why there is none.
+QCoro::Task<Fetched> fetch(QCoro::Task<HttpAnswer> sending) {
+    const HttpAnswer answer = co_await sending;
+    if (answer.status && !answer.succeeded() && answer.whole())
         co_return Fetched(TranslationFailure{FreeTranslatorError::Unavailable, {}});
-    if (reply->error() != QNetworkReply::NoError) {
-        // Only the two limits abort a request; the network's own word for that is "canceled".
-        const bool silent = reply->error() == QNetworkReply::OperationCanceledError;
-        const QString why = timedOut ? QStringLiteral("the request took too long")
-                            : silent ? QStringLiteral("no answer came in time")
-                                     : reply->errorString();
+    if (!answer.whole()) {
+        const QString why =
+            answer.cut == HttpAnswer::Cut::Overall ? QStringLiteral("the request took too long")
+            : answer.cut == HttpAnswer::Cut::Inactivity ? QStringLiteral("no answer came in time")
+                                                        : answer.failure;
         co_return Fetched(TranslationFailure{std::nullopt, why});
     }
-    if (!success)
+    if (!answer.succeeded())
         co_return Fetched(TranslationFailure{FreeTranslatorError::Unavailable, {}});
-    co_return Fetched(reply->readAll());
+    co_return Fetched(answer.body);
 }
 
 QCoro::Task<TranslationResult<Meaning>> meaningOf(QCoro::Task<Fetched> fetching, QString text) {
@@ -228,7 +205,7 @@ FreeTranslator::Origins FreeTranslator::Origins::fromEnvironment() {
 FreeTranslator::FreeTranslator(Origins origins, std::chrono::milliseconds silenceLimit)
     : m_origins(std::move(origins))
     , m_silenceLimit(silenceLimit)
-    , m_network(std::make_shared<QNetworkAccessManager>()) {
+    , m_network(newNetwork()) {
     // No disk cache is ever set, and the default cookie jar lives in memory only.
 }
 
@@ -259,8 +236,9 @@ QCoro::Task<TranslationResult<Meaning>> FreeTranslator::lookup(QString text, QSt
                                {QStringLiteral("q"), text}});
     QNetworkRequest request(url);
     request.setRawHeader("User-Agent", "Mozilla/5.0");
-    request.setTransferTimeout(static_cast<int>(m_silenceLimit.count()));
-    return meaningOf(fetch(m_network, request, std::nullopt), std::move(text));
+    return meaningOf(
+        fetch(sendRequest(m_network, "GET", request, std::nullopt, limits(m_silenceLimit))),
+        std::move(text));
 }
 
 QCoro::Task<TranslationResult<QStringList>>
@@ -276,8 +254,9 @@ FreeTranslator::translateMany(QStringList texts, QString from, QString to) const
     request.setRawHeader("User-Agent", "Mozilla/5.0");
     request.setHeader(QNetworkRequest::ContentTypeHeader,
                       QByteArrayLiteral("application/x-www-form-urlencoded"));
-    request.setTransferTimeout(static_cast<int>(m_silenceLimit.count()));
-    return translationsOf(fetch(m_network, request, batchBody(texts)), texts.size());
+    return translationsOf(
+        fetch(sendRequest(m_network, "POST", request, batchBody(texts), limits(m_silenceLimit))),
+        texts.size());
 }
 
 QByteArray FreeTranslator::batchBody(const QStringList& texts) {

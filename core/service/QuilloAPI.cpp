@@ -4,12 +4,7 @@
 
 #include <QJsonDocument>
 #include <QJsonParseError>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QTimer>
-
-#include <QCoroNetworkReply>
 
 namespace quillo {
 
@@ -35,41 +30,21 @@ namespace {
 
 using Sent = Result<QByteArray, ProviderError>;
 
-struct DeleteLater {
-    void operator()(QObject* object) const { object->deleteLater(); }
-};
-
-// The one request routine. Everything it touches is held by value in its frame: the manager
-// stays alive through the shared pointer even if the client is destroyed meanwhile.
-QCoro::Task<Sent> transfer(std::shared_ptr<QNetworkAccessManager> network, QByteArray method,
-                           QNetworkRequest request, std::optional<QByteArray> body,
-                           std::chrono::milliseconds overall) {
-    std::unique_ptr<QNetworkReply, DeleteLater> reply(
-        body ? network->sendCustomRequest(request, method, *body)
-             : network->sendCustomRequest(request, method));
-
-    // The inactivity timeout does not catch a service that trickles bytes forever.
-    QTimer deadline;
-    deadline.setSingleShot(true);
-    QObject::connect(&deadline, &QTimer::timeout, reply.get(), &QNetworkReply::abort);
-    deadline.start(overall);
-
-    co_await reply.get();
-    const bool timedOut = !deadline.isActive();
-    deadline.stop();
-
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (!status.isValid() && reply->error() != QNetworkReply::NoError) {
-        const QString why =
-            timedOut ? QStringLiteral("The request timed out.") : reply->errorString();
+// What the service's answer means to the callers: the body of a success, or the failure with
+// its status.
+QCoro::Task<Sent> transfer(QCoro::Task<HttpAnswer> sending) {
+    const HttpAnswer answer = co_await sending;
+    if (!answer.status && !answer.whole()) {
+        const QString why = answer.cut == HttpAnswer::Cut::Overall
+                                ? QStringLiteral("The request timed out.")
+                                : answer.failure;
         co_return ProviderError{std::nullopt, why};
     }
     // An answer that is not HTTP has a status of 0: present, so that it is not retried.
-    const int code = status.isValid() ? status.toInt() : 0;
-    const QByteArray answer = reply->readAll();
+    const int code = answer.status.value_or(0);
     if (code >= 200 && code <= 299)
-        co_return answer;
-    co_return ProviderError{code, QString::fromUtf8(answer)};
+        co_return answer.body;
+    co_return ProviderError{code, QString::fromUtf8(answer.body)};
 }
 
 // The answer body as one JSON object, ready for a record's decoder.
@@ -153,7 +128,7 @@ QuilloAPI::QuilloAPI(QUrl baseURL, ApiTimeouts timeouts, QObject* parent)
     : QObject(parent)
     , m_baseURL(std::move(baseURL))
     , m_timeouts(timeouts)
-    , m_network(std::make_shared<QNetworkAccessManager>()) {
+    , m_network(newNetwork()) {
     // No disk cache is ever set, and the default cookie jar lives in memory only.
 }
 
@@ -167,7 +142,6 @@ QCoro::Task<Sent> QuilloAPI::send(Method method, const QString& path, const QStr
         return failedAtOnce(ProviderError{std::nullopt, QStringLiteral("Bad path ") + path});
 
     QNetworkRequest request(url);
-    request.setTransferTimeout(static_cast<int>(m_timeouts.inactivity.count()));
     request.setRawHeader("Accept", "application/json");
     if (!token.isEmpty())
         request.setRawHeader("Authorization", "Bearer " + token.toUtf8());
@@ -188,7 +162,7 @@ QCoro::Task<Sent> QuilloAPI::send(Method method, const QString& path, const QStr
         verb = "DELETE";
         break;
     }
-    return transfer(m_network, verb, request, std::move(body), m_timeouts.overall);
+    return transfer(sendRequest(m_network, verb, request, std::move(body), m_timeouts));
 }
 
 QCoro::Task<ApiResult<QuilloAPI::Reply>> QuilloAPI::reply(QString token,

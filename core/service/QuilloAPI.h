@@ -3,6 +3,7 @@
 #include "common/Result.h"
 #include "model/DecodeError.h"
 #include "service/Account.h"
+#include "service/HttpRequest.h"
 #include "service/PromptMessage.h"
 #include "service/ProviderError.h"
 #include "service/QuilloSession.h"
@@ -65,11 +66,7 @@ struct ApiError {
 template <typename T>
 using ApiResult = Result<T, ApiError>;
 
-// How long one request may take: `inactivity` without a byte moving, `overall` from start to end.
-struct ApiTimeouts {
-    std::chrono::milliseconds inactivity{45'000};
-    std::chrono::milliseconds overall{60'000};
-};
+using ApiTimeouts = HttpLimits;
 
 // The app's client of its own web service. One instance for the whole program; it keeps only
 // its base URL and one network manager, and the caller hands in the token on every call.

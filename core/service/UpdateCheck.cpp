@@ -1,17 +1,14 @@
 #include "UpdateCheck.h"
 
 #include "model/JsonCodec.h"
+#include "service/HttpRequest.h"
 
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QList>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QStringList>
 #include <QStringView>
-
-#include <QCoroNetworkReply>
 
 #include <algorithm>
 #include <memory>
@@ -21,11 +18,7 @@ namespace quillo::UpdateCheck {
 namespace {
 
 // Generous for one small JSON answer; the check runs in the background, so nobody waits on it.
-constexpr int transferTimeoutMillis = 30'000;
-
-struct DeleteLater {
-    void operator()(QObject* object) const { object->deleteLater(); }
-};
+constexpr HttpLimits limits{std::chrono::seconds(30), std::chrono::seconds(60)};
 
 // One piece of a version: ASCII digits with an optional sign, nothing else, within 64 bits.
 std::optional<qint64> versionPiece(QStringView piece) {
@@ -133,19 +126,13 @@ QCoro::Task<std::optional<MacUpdate>> newer(QString currentVersion, QUrl server)
     if (!address.isValid() || address.isRelative())
         co_return std::nullopt;
 
-    // The manager belongs to this one request. Both are deleted later: the coroutine resumes
-    // inside the reply's own finished signal, where deleting either at once is not safe.
-    std::unique_ptr<QNetworkAccessManager, DeleteLater> network(new QNetworkAccessManager);
-    QNetworkRequest request(address);
-    request.setTransferTimeout(transferTimeoutMillis);
-    std::unique_ptr<QNetworkReply, DeleteLater> reply(network->get(request));
-    co_await reply.get();
-
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    // A 200 that broke off half-way also reports an error; its body is not to be trusted.
-    if (reply->error() != QNetworkReply::NoError || !status.isValid() || status.toInt() != 200)
+    // The manager belongs to this one request.
+    auto asking = sendRequest(newNetwork(), "GET", QNetworkRequest(address), std::nullopt, limits);
+    const HttpAnswer answer = co_await asking;
+    // A 200 that broke off half-way is not whole; its body is not to be trusted.
+    if (!answer.whole() || answer.status != 200)
         co_return std::nullopt;
-    const Decoded<Release> release = decodeRelease(reply->readAll());
+    const Decoded<Release> release = decodeRelease(answer.body);
     if (!release)
         co_return std::nullopt;
     const std::optional<QUrl> url = downloadAddress(release->url, server);
