@@ -1,5 +1,7 @@
 #include "GlobalHotKey.h"
 
+#include "DesktopLog.h"
+
 #include <QLoggingCategory>
 #include <QSocketNotifier>
 
@@ -11,8 +13,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcHotKey, "quillo.hotkey")
 
 constexpr xcb_keysym_t spaceKeysym = 0x20; // XK_space
 constexpr uint16_t controlShift = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT;

@@ -1,5 +1,7 @@
 #include "PortalHotKey.h"
 
+#include "DesktopLog.h"
+
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusMetaType>
@@ -10,8 +12,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(logHotKey, "quillo.hotkey")
 
 const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
@@ -93,8 +93,8 @@ void PortalHotKey::request(const QString& method, QList<QVariant> arguments,
                 finished->deleteLater();
                 if (!finished->isError())
                     return;
-                qCInfo(logHotKey) << "no global shortcuts portal:" << method
-                                  << finished->error().message();
+                qCInfo(lcHotKey) << "no global shortcuts portal:" << method
+                                 << finished->error().message();
                 m_bus.disconnect(portalService, requestPath, requestInterface,
                                  QStringLiteral("Response"), this, onResponse);
                 Q_EMIT unavailable();
@@ -103,7 +103,7 @@ void PortalHotKey::request(const QString& method, QList<QVariant> arguments,
 
 void PortalHotKey::sessionCreated(uint response, const QVariantMap& results) {
     if (response != 0) {
-        qCInfo(logHotKey) << "the desktop declined a shortcuts session";
+        qCInfo(lcHotKey) << "the desktop declined a shortcuts session";
         Q_EMIT unavailable();
         return;
     }
@@ -126,7 +126,7 @@ void PortalHotKey::sessionCreated(uint response, const QVariantMap& results) {
 
 void PortalHotKey::shortcutsBound(uint response, const QVariantMap&) {
     if (response != 0) {
-        qCInfo(logHotKey) << "the desktop declined the shortcut";
+        qCInfo(lcHotKey) << "the desktop declined the shortcut";
         Q_EMIT unavailable();
         return;
     }

@@ -1,5 +1,7 @@
 #include "TrayWatch.h"
 
+#include "DesktopLog.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -15,8 +17,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcTray, "quillo.tray")
 
 const QString watcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");

@@ -1,7 +1,8 @@
 #include "AccountFlows.h"
 
-#include "chat/DocumentAccess.h"
+#include "common/LogCategories.h"
 #include "common/SerialQueue.h"
+#include "parts/DocumentAccess.h"
 #include "store/SessionStore.h"
 
 #include <QLoggingCategory>
@@ -9,8 +10,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcAccount, "quillo.account")
 
 const QString unreachableLine =
     QStringLiteral("Couldn't reach Quillo. Check your connection and try again.");

@@ -1,7 +1,8 @@
 #include "StateSync.h"
 
-#include "chat/DocumentAccess.h"
+#include "common/LogCategories.h"
 #include "common/SerialQueue.h"
+#include "parts/DocumentAccess.h"
 #include "store/SessionStore.h"
 
 #include <QDir>
@@ -11,8 +12,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcSync, "quillo.sync")
 
 QString basePathBeside(const QString& sessionPath) {
     return QFileInfo(sessionPath).dir().filePath(QStringLiteral("sync-base.json"));

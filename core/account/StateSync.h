@@ -1,8 +1,8 @@
 #pragma once
 
-#include "account/AccountCheck.h"
 #include "account/SyncBase.h"
 #include "common/Cancellation.h"
+#include "parts/AccountCheck.h"
 #include "service/QuilloAPI.h"
 
 #include <QCoroTask>

@@ -1,5 +1,6 @@
 #include "SyncBase.h"
 
+#include "common/LogCategories.h"
 #include "store/AtomicFile.h"
 
 #include <QCoroFuture>
@@ -12,8 +13,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcSyncBase, "quillo.sync")
 
 QByteArray readAll(const QString& path) {
     QFile file(path);
@@ -58,8 +57,7 @@ std::optional<StoredState> SyncBase::load(const QString& fingerprint) {
         const QJsonDocument json = QJsonDocument::fromJson(bytes, &parseError);
         auto decoded = StoredState::fromJson(json.object());
         if (parseError.error != QJsonParseError::NoError || !decoded) {
-            qCWarning(lcSyncBase)
-                << "the synchronisation base could not be read; merging without it";
+            qCWarning(lcSync) << "the synchronisation base could not be read; merging without it";
             return std::nullopt;
         }
         m_cached = AccountProjection{std::move(decoded).value(), bytes, fingerprint};
@@ -88,7 +86,7 @@ QCoro::Task<bool> SyncBase::store(AccountProjection projection, std::optional<QS
         co_return false;
     }
     if (failure) {
-        qCWarning(lcSyncBase) << "keeping the synchronisation base failed:" << failure->message();
+        qCWarning(lcSync) << "keeping the synchronisation base failed:" << failure->message();
         co_return false;
     }
     co_return true;

@@ -1,5 +1,6 @@
 #include "ChatClient.h"
 
+#include "common/LogCategories.h"
 #include "model/ReplyLength.h"
 
 #include <QLoggingCategory>
@@ -9,8 +10,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcChat, "quillo.chat")
 
 using Outcome = Result<ChatClient::Turn, ApiError>;
 

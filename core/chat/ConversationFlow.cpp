@@ -1,10 +1,11 @@
 #include "ConversationFlow.h"
 
-#include "account/AccountCheck.h"
 #include "chat/ChatClient.h"
 #include "chat/WordGlossing.h"
+#include "common/LogCategories.h"
 #include "model/Identifiers.h"
 #include "model/TextHelpers.h"
+#include "parts/AccountCheck.h"
 #include "store/SessionStore.h"
 
 #include <QLoggingCategory>
@@ -12,8 +13,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcConversation, "quillo.chat.conversation")
 
 const QString usedUpLine = QStringLiteral("You've used today's replies. More arrive tomorrow.");
 const QString busyLine = QStringLiteral("Quillo is busy right now. Try again in a moment.");

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "chat/DocumentAccess.h"
 #include "common/Cancellation.h"
+#include "parts/DocumentAccess.h"
 
 #include <QCoroTask>
 

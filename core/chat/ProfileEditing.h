@@ -1,8 +1,8 @@
 #pragma once
 
-#include "chat/DocumentAccess.h"
 #include "model/TextSettings.h"
 #include "model/ThemeChoice.h"
+#include "parts/DocumentAccess.h"
 
 #include <QStringList>
 

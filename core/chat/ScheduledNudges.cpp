@@ -1,8 +1,9 @@
 #include "ScheduledNudges.h"
 
-#include "account/AccountCheck.h"
 #include "chat/ConversationFlow.h"
-#include "chat/DocumentAccess.h"
+#include "common/LogCategories.h"
+#include "parts/AccountCheck.h"
+#include "parts/DocumentAccess.h"
 #include "store/SessionStore.h"
 
 #include <QLoggingCategory>
@@ -10,12 +11,6 @@
 #include <algorithm>
 
 namespace quillo {
-
-namespace {
-
-Q_LOGGING_CATEGORY(lcNudges, "quillo.chat.nudges")
-
-} // namespace
 
 ScheduledNudges::ScheduledNudges(DocumentAccess& document, SessionStore& session,
                                  AccountCheck& account, ConversationFlow& conversation)

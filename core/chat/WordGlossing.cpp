@@ -1,5 +1,6 @@
 #include "WordGlossing.h"
 
+#include "common/LogCategories.h"
 #include "language/WordBreaks.h"
 #include "model/Languages.h"
 #include "model/TextHelpers.h"
@@ -9,8 +10,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcGlossing, "quillo.chat.glossing")
 
 // Where the message with this id sits, or -1.
 qsizetype indexOfMessage(const MessageList& messages, const QString& id) {

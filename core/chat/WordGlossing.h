@@ -1,7 +1,7 @@
 #pragma once
 
-#include "chat/DocumentAccess.h"
 #include "language/FreeTranslator.h"
+#include "parts/DocumentAccess.h"
 
 #include <QCoroTask>
 #include <QSet>

@@ -4,6 +4,7 @@
 #include "Recognizer.h"
 #include "SpeechLocale.h"
 #include "common/Clock.h"
+#include "common/LogCategories.h"
 
 #include <QLoggingCategory>
 #include <QPointer>
@@ -13,8 +14,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(logDictation, "quillo.dictation")
 
 const QString notAllowedLine = QStringLiteral(
     "Allow the microphone and speech recognition for Quillo in System Settings to talk instead of "
@@ -126,7 +125,7 @@ void Dictation::startAudio() {
     });
     if (!failed)
         return;
-    qCWarning(logDictation, "Microphone didn't start: %s", qUtf8Printable(*failed));
+    qCWarning(lcDictation, "Microphone didn't start: %s", qUtf8Printable(*failed));
     report(microphoneLine);
     stop();
 }

@@ -1,6 +1,7 @@
 #include "ServiceRecognizer.h"
 
 #include "WavFile.h"
+#include "common/LogCategories.h"
 #include "service/QuilloAPI.h"
 
 #include <QCoreApplication>
@@ -10,8 +11,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(logRecognizer, "quillo.dictation")
 
 // Speech models of the common open family know these languages, by ISO 639-1 code.
 constexpr const char* spokenCodes[] = {
@@ -125,7 +124,7 @@ private:
             self->deliver({*heard, final, false}, final);
             co_return;
         }
-        qCInfo(logRecognizer) << "transcription failed:" << heard.error().description();
+        qCInfo(lcDictation) << "transcription failed:" << heard.error().description();
         // A missed partial result is made up by the next one, unless asking again cannot help
         // (no speech model behind the service, a refused session): then the recognition ends
         // at once rather than when the user finishes. A missed final one ends it too.

@@ -1,6 +1,7 @@
 #include "AppPaths.h"
 
 #include "AppIdentity.h"
+#include "common/LogCategories.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -10,8 +11,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcState, "quillo.state")
 
 std::optional<FileError> makeDirectory(const QString& path) {
     if (QFileInfo(path).isDir())

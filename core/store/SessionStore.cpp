@@ -1,6 +1,7 @@
 #include "SessionStore.h"
 
 #include "AtomicFile.h"
+#include "common/LogCategories.h"
 
 #include <QDir>
 #include <QFile>
@@ -11,8 +12,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcSession, "quillo.session")
 
 // The file holds a bearer token: nobody but the user may read it.
 constexpr QFileDevice::Permissions privateFile = QFileDevice::ReadOwner | QFileDevice::WriteOwner;

@@ -1,6 +1,7 @@
 #include "StateStore.h"
 
 #include "AtomicFile.h"
+#include "common/LogCategories.h"
 
 #include "model/DocumentWriter.h"
 
@@ -20,8 +21,6 @@
 namespace quillo {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lcState, "quillo.state")
 
 // Keys that only documents of an earlier release had at the top level.
 bool isEarlierFormat(const QJsonObject& object) {

@@ -1,0 +1,8 @@
+#include "DesktopLog.h"
+
+namespace quillo {
+
+Q_LOGGING_CATEGORY(lcHotKey, "quillo.hotkey")
+Q_LOGGING_CATEGORY(lcTray, "quillo.tray")
+
+} // namespace quillo
