@@ -1,11 +1,11 @@
 #pragma once
 
-#include "chat/ChatRepository.h"
 #include "models/AppModel.h"
 #include "models/NotificationPayload.h"
 #include "models/RepeatingTimers.h"
 #include "models/SelectionTranslation.h"
 #include "models/WordHover.h"
+#include "repository/ChatRepository.h"
 #include "service/QuilloAPI.h"
 #include "service/UpdateCheck.h"
 #include "store/AppPaths.h"

@@ -1,6 +1,6 @@
 #include "ChatListModel.h"
 
-#include "chat/ChatRepository.h"
+#include "repository/ChatRepository.h"
 
 #include <QHash>
 

@@ -1,8 +1,8 @@
 #include "MessageListModel.h"
 
 #include "MessageLines.h"
-#include "chat/ChatRepository.h"
 #include "model/Languages.h"
+#include "repository/ChatRepository.h"
 
 #include <QVariantMap>
 

@@ -1,7 +1,7 @@
 #include "AccountScreen.h"
 
-#include "chat/ChatRepository.h"
 #include "desktop/GoogleSignIn.h"
+#include "repository/ChatRepository.h"
 #include "service/ServiceAddress.h"
 
 namespace quillo {

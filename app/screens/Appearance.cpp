@@ -1,6 +1,6 @@
 #include "Appearance.h"
 
-#include "chat/ChatRepository.h"
+#include "repository/ChatRepository.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

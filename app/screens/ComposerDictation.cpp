@@ -1,6 +1,6 @@
 #include "ComposerDictation.h"
 
-#include "chat/ChatRepository.h"
+#include "repository/ChatRepository.h"
 #include "store/SessionStore.h"
 
 namespace quillo {

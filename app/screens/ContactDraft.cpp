@@ -1,11 +1,11 @@
 #include "ContactDraft.h"
 
 #include "EnumChoices.h"
-#include "chat/ChatRepository.h"
 #include "model/Languages.h"
 #include "model/ModelConstants.h"
 #include "model/StarterBots.h"
 #include "model/TextHelpers.h"
+#include "repository/ChatRepository.h"
 
 namespace quillo {
 

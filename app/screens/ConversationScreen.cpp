@@ -1,9 +1,9 @@
 #include "ConversationScreen.h"
 
-#include "chat/ChatRepository.h"
 #include "model/TextHelpers.h"
 #include "models/AppModel.h"
 #include "models/NotificationPayload.h"
+#include "repository/ChatRepository.h"
 
 namespace quillo {
 

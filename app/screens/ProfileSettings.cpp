@@ -1,10 +1,10 @@
 #include "ProfileSettings.h"
 
 #include "EnumChoices.h"
-#include "chat/ChatRepository.h"
 #include "desktop/LoginItem.h"
 #include "model/Languages.h"
 #include "model/TextHelpers.h"
+#include "repository/ChatRepository.h"
 
 #include <QVariantMap>
 

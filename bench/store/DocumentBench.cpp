@@ -4,7 +4,7 @@
 #include "../BenchRatios.h"
 #include "DocumentFixture.h"
 
-#include "chat/ChatRepository.h"
+#include "repository/ChatRepository.h"
 #include "service/QuilloAPI.h"
 #include "store/SessionStore.h"
 #include "store/StateStore.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "chat/ChatRepository.h"
 #include "common/Clock.h"
 #include "common/WaitForResult.h"
+#include "repository/ChatRepository.h"
 #include "service/QuilloAPI.h"
 #include "store/AppIdentity.h"
 #include "store/AppPaths.h"
