@@ -1,5 +1,6 @@
 #include "models/AppController.h"
 #include "server/ServerTestSupport.h"
+#include "support/ManualClock.h"
 
 using namespace quillo;
 using namespace quillo::server::apitest;

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "TestRecords.h"
-#include "chat/ChatRepository.h"
+#include "repository/ChatRepository.h"
 #include "service/QuilloAPI.h"
 #include "store/SessionStore.h"
 #include "store/StateStore.h"
+#include "support/ManualClock.h"
 
 #include <QTemporaryDir>
 

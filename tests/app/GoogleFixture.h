@@ -1,6 +1,7 @@
 #pragma once
 
 #include "desktop/GoogleSignIn.h"
+#include "support/LoopbackServer.h"
 
 #include <QCoreApplication>
 #include <QUrlQuery>
@@ -32,35 +33,32 @@ public:
     QByteArray tokenRequest;
 
     GoogleFixture() {
-        m_server.Get("/auth", [this](const httplib::Request& request, httplib::Response& response) {
-            std::lock_guard lock(mutex);
-            authorizationQuery = QString::fromStdString(request.target).section(u'?', 1);
-            const QUrlQuery asked(authorizationQuery);
-            QUrl back(asked.queryItemValue(u"redirect_uri"_qs, QUrl::FullyDecoded));
-            QUrlQuery answer;
-            for (const auto& [name, value] : callbackItems)
-                answer.addQueryItem(name, value);
-            answer.addQueryItem(u"state"_qs, stateOverride.value_or(asked.queryItemValue(
-                                                 u"state"_qs, QUrl::FullyDecoded)));
-            back.setQuery(answer);
-            response.set_redirect(back.toString(QUrl::FullyEncoded).toStdString());
-        });
-        m_server.Post("/token",
-                      [this](const httplib::Request& request, httplib::Response& response) {
-                          std::lock_guard lock(mutex);
-                          tokenRequest = QByteArray::fromStdString(request.body);
-                          response.status = tokenStatus;
-                          response.set_content(tokenBody.toStdString(), "application/json");
-                      });
-        m_server.set_keep_alive_max_count(1);
-        m_port = m_server.bind_to_any_port("127.0.0.1");
-        m_thread = std::thread([this] { m_server.listen_after_bind(); });
+        m_http.server().Get(
+            "/auth", [this](const httplib::Request& request, httplib::Response& response) {
+                std::lock_guard lock(mutex);
+                authorizationQuery = QString::fromStdString(request.target).section(u'?', 1);
+                const QUrlQuery asked(authorizationQuery);
+                QUrl back(asked.queryItemValue(u"redirect_uri"_qs, QUrl::FullyDecoded));
+                QUrlQuery answer;
+                for (const auto& [name, value] : callbackItems)
+                    answer.addQueryItem(name, value);
+                answer.addQueryItem(u"state"_qs, stateOverride.value_or(asked.queryItemValue(
+                                                     u"state"_qs, QUrl::FullyDecoded)));
+                back.setQuery(answer);
+                response.set_redirect(back.toString(QUrl::FullyEncoded).toStdString());
+            });
+        m_http.server().Post("/token",
+                             [this](const httplib::Request& request, httplib::Response& response) {
+                                 std::lock_guard lock(mutex);
+                                 tokenRequest = QByteArray::fromStdString(request.body);
+                                 response.status = tokenStatus;
+                                 response.set_content(tokenBody.toStdString(), "application/json");
+                             });
+        m_http.server().set_keep_alive_max_count(1);
+        m_http.start();
     }
     ~GoogleFixture() {
-        while (!m_server.is_running())
-            std::this_thread::yield();
-        m_server.stop();
-        m_thread.join();
+        m_http.stop();
         for (std::thread& browser : m_browsers)
             browser.join();
     }
@@ -68,8 +66,8 @@ public:
     GoogleSignInConfig config() const {
         GoogleSignInConfig config;
         config.clientId = clientId;
-        config.authorizationEndpoint = QUrl(QStringLiteral("http://127.0.0.1:%1/auth").arg(m_port));
-        config.tokenEndpoint = QUrl(QStringLiteral("http://127.0.0.1:%1/token").arg(m_port));
+        config.authorizationEndpoint = QUrl(m_http.url(u"/auth"_qs));
+        config.tokenEndpoint = QUrl(m_http.url(u"/token"_qs));
         return config;
     }
 
@@ -91,9 +89,7 @@ public:
     }
 
 private:
-    httplib::Server m_server;
-    int m_port = 0;
-    std::thread m_thread;
+    testsupport::LoopbackServer m_http;
     std::vector<std::thread> m_browsers;
 };
 

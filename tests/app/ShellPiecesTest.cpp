@@ -1,6 +1,7 @@
 #include "AppModelsFixture.h"
 #include "models/NotificationPayload.h"
 #include "models/RepeatingTimers.h"
+#include "support/ManualClock.h"
 
 using namespace quillo;
 using namespace quillo::apptest;

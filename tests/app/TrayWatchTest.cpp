@@ -3,6 +3,7 @@
 #include "PrivateBus.h"
 #include "StatusNotifierWatcher.h"
 #include "VirtualDisplay.h"
+#include "support/ManualClock.h"
 
 #include <QDBusMessage>
 #include <QSignalSpy>

@@ -1,6 +1,7 @@
 #include "common/Clock.h"
 #include "models/SelectionTranslation.h"
 #include "models/WordHover.h"
+#include "support/ManualClock.h"
 
 #include <QCoreApplication>
 

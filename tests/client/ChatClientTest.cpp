@@ -1,4 +1,6 @@
 #include "chat/ChatClient.h"
+#include "support/LoopbackServer.h"
+#include "support/ManualClock.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -32,31 +34,24 @@ const std::string hola = answer(QStringLiteral("{\"message\":\"¡Hola!\"}"));
 class ScriptedService {
 public:
     ScriptedService() {
-        m_server.set_keep_alive_max_count(1);
-        m_server.Post("/v1/reply",
-                      [this](const httplib::Request& request, httplib::Response& response) {
-                          const std::lock_guard lock(m_mutex);
-                          m_bodies.push_back(request.body);
-                          std::pair<int, std::string> next{200, hola};
-                          if (!m_script.empty()) {
-                              next = m_script.front();
-                              m_script.pop_front();
-                          }
-                          response.status = next.first;
-                          response.set_content(next.second, "application/json");
-                      });
-        m_port = m_server.bind_to_any_port("127.0.0.1");
-        m_thread = std::thread([this] { m_server.listen_after_bind(); });
-        // stop() only ends a server that is already running.
-        while (!m_server.is_running())
-            std::this_thread::yield();
+        m_http.server().set_keep_alive_max_count(1);
+        m_http.server().Post("/v1/reply",
+                             [this](const httplib::Request& request, httplib::Response& response) {
+                                 const std::lock_guard lock(m_mutex);
+                                 m_bodies.push_back(request.body);
+                                 std::pair<int, std::string> next{200, hola};
+                                 if (!m_script.empty()) {
+                                     next = m_script.front();
+                                     m_script.pop_front();
+                                 }
+                                 response.status = next.first;
+                                 response.set_content(next.second, "application/json");
+                             });
+        m_http.start();
     }
-    ~ScriptedService() {
-        m_server.stop();
-        m_thread.join();
-    }
+    ~ScriptedService() { m_http.stop(); }
 
-    QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1").arg(m_port)); }
+    QUrl url() const { return QUrl(m_http.url()); }
 
     void script(std::initializer_list<std::pair<int, std::string>> answers) {
         const std::lock_guard lock(m_mutex);
@@ -73,9 +68,7 @@ public:
     }
 
 private:
-    httplib::Server m_server;
-    std::thread m_thread;
-    int m_port = 0;
+    testsupport::LoopbackServer m_http;
     mutable std::mutex m_mutex;
     std::deque<std::pair<int, std::string>> m_script;
     std::vector<std::string> m_bodies;

@@ -1,8 +1,9 @@
-#include "chat/ChatRepository.h"
+#include "repository/ChatRepository.h"
 #include "server/ServerTestSupport.h"
 #include "service/QuilloAPI.h"
 #include "store/SessionStore.h"
 #include "store/StateStore.h"
+#include "support/ManualClock.h"
 
 #include <QCoreApplication>
 #include <QCoroTask>

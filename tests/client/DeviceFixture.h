@@ -1,12 +1,13 @@
 #pragma once
 
 #include "TestRecords.h"
-#include "chat/ChatRepository.h"
+#include "repository/ChatRepository.h"
 #include "server/ForwardingStorage.h"
 #include "server/ServerTestSupport.h"
 #include "service/QuilloAPI.h"
 #include "store/SessionStore.h"
 #include "store/StateStore.h"
+#include "support/ManualClock.h"
 
 #include <QCoreApplication>
 #include <QCoroTask>

@@ -1,6 +1,7 @@
 #include "service/QuilloAPI.h"
 #include "server/ServerTestSupport.h"
 #include "server/TranscribeFixture.h"
+#include "support/LoopbackServer.h"
 
 #include "common/WaitForResult.h"
 
@@ -211,19 +212,15 @@ public:
             out.status = status;
             out.set_content(body, "application/json");
         };
-        m_server.Get(".*", handler);
-        m_server.Post(".*", handler);
-        m_server.Put(".*", handler);
-        m_server.Delete(".*", handler);
-        m_port = m_server.bind_to_any_port("127.0.0.1");
-        m_thread = std::thread([this] { m_server.listen_after_bind(); });
+        m_http.server().Get(".*", handler);
+        m_http.server().Post(".*", handler);
+        m_http.server().Put(".*", handler);
+        m_http.server().Delete(".*", handler);
+        m_http.start();
     }
-    ~RecordingPeer() {
-        m_server.stop();
-        m_thread.join();
-    }
+    ~RecordingPeer() { m_http.stop(); }
 
-    int port() const { return m_port; }
+    int port() const { return m_http.port(); }
     QList<Request> requests() const {
         std::lock_guard lock(m_mutex);
         return m_requests;
@@ -243,9 +240,7 @@ private:
                            in.get_param_value("language")});
     }
 
-    httplib::Server m_server;
-    std::thread m_thread;
-    int m_port = 0;
+    testsupport::LoopbackServer m_http;
     mutable std::mutex m_mutex;
     QList<Request> m_requests;
 };

@@ -333,10 +333,14 @@ TEST_F(SyncTest, ARecordBehindTheDocumentOnDiskCatchesUpAtStart) {
     second->repository->addUserMessage(QStringLiteral("kenji"), QStringLiteral("hola"));
     settle(*second);
 
-    // Killed after the merged document reached the disk, before the record caught up with it.
+    // Killed after the merged document reached the disk, before the record caught up with it:
+    // the write waits while the merge is applied, then goes through with the event loop still,
+    // so nothing can move the record on in between.
     const qint64 before = first->session->syncedAt();
+    first->disk->set(DiskGate::Mode::Held);
     first->repository->refresh();
     spinUntil([this] { return first->state().messagesFor(QStringLiteral("kenji")).size() == 1; });
+    first->disk->set(DiskGate::Mode::Open);
     ASSERT_TRUE(first->store->flush());
     EXPECT_EQ(first->session->syncedAt(), before);
     first->kill();

@@ -1,5 +1,7 @@
 #include "TranslateFixture.h"
 
+#include "support/LoopbackServer.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -62,9 +64,7 @@ QStringList TranslateFixture::Request::batchTexts() const {
 }
 
 struct TranslateFixture::State {
-    httplib::Server server;
-    std::thread thread;
-    int port = 0;
+    testsupport::LoopbackServer http;
 
     mutable std::mutex mutex;
     std::condition_variable stopped;
@@ -138,21 +138,21 @@ TranslateFixture::TranslateFixture()
             translations.append(translated(text));
         return batch(translations);
     };
-    state->server.Get("/translate_a/single",
-                      [state](const httplib::Request& request, httplib::Response& response) {
-                          state->answer(request, response, &State::lookupResponder);
-                      });
-    state->server.Post("/translate_a/t",
-                       [state](const httplib::Request& request, httplib::Response& response) {
-                           state->answer(request, response, &State::batchResponder);
-                       });
+    httplib::Server& server = state->http.server();
+    server.Get("/translate_a/single",
+               [state](const httplib::Request& request, httplib::Response& response) {
+                   state->answer(request, response, &State::lookupResponder);
+               });
+    server.Post("/translate_a/t",
+                [state](const httplib::Request& request, httplib::Response& response) {
+                    state->answer(request, response, &State::batchResponder);
+                });
     // One request per connection: an idle keep-alive connection would hold up stop().
-    state->server.set_keep_alive_max_count(1);
+    server.set_keep_alive_max_count(1);
     // Nor may a connection whose client went away without closing it (a request still in
     // flight when a test ends): the server waits this long for a request on a connection.
-    state->server.set_keep_alive_timeout(1);
-    state->port = state->server.bind_to_any_port("127.0.0.1");
-    state->thread = std::thread([state] { state->server.listen_after_bind(); });
+    server.set_keep_alive_timeout(1);
+    state->http.start();
 }
 
 TranslateFixture::~TranslateFixture() {
@@ -161,15 +161,11 @@ TranslateFixture::~TranslateFixture() {
         m_state->stopping = true;
     }
     m_state->stopped.notify_all();
-    // stop() only takes effect once the accept loop runs.
-    while (!m_state->server.is_running())
-        std::this_thread::yield();
-    m_state->server.stop();
-    m_state->thread.join();
+    m_state->http.stop();
 }
 
 QString TranslateFixture::url() const {
-    return QStringLiteral("http://127.0.0.1:%1").arg(m_state->port);
+    return m_state->http.url();
 }
 
 FreeTranslator::Origins TranslateFixture::origins() const {

@@ -1,4 +1,5 @@
 #include "JwksFixture.h"
+#include "support/ManualClock.h"
 
 #include "auth/GoogleIdTokenVerifier.h"
 #include "auth/Jwks.h"

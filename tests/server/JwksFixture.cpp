@@ -1,5 +1,7 @@
 #include "JwksFixture.h"
 
+#include "support/LoopbackServer.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QList>
@@ -84,9 +86,7 @@ struct JwksFixture::State {
     std::string published;
     std::atomic<int> fetches = 0;
     std::atomic<bool> failing = false;
-    httplib::Server server;
-    int port = 0;
-    std::thread thread;
+    testsupport::LoopbackServer http;
 
     void addKey() {
         PrivateKey key(EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", size_t(2048)));
@@ -106,32 +106,25 @@ JwksFixture::JwksFixture()
     : m_state(std::make_unique<State>()) {
     m_state->addKey();
     State* state = m_state.get();
-    state->server.Get("/oauth2/v3/certs", [state](const httplib::Request&, httplib::Response& res) {
-        ++state->fetches;
-        if (state->failing) {
-            res.status = 503;
-            return;
-        }
-        const std::lock_guard lock(state->mutex);
-        res.set_content(state->published, "application/json");
-    });
-    state->port = state->server.bind_to_any_port("127.0.0.1");
-    if (state->port <= 0)
-        throw std::runtime_error("cannot bind the key set server");
-    state->thread = std::thread([state] { state->server.listen_after_bind(); });
-    // stop() only works on a running server; the socket already accepts, so this is brief.
-    while (!state->server.is_running())
-        std::this_thread::yield();
+    state->http.server().Get("/oauth2/v3/certs",
+                             [state](const httplib::Request&, httplib::Response& res) {
+                                 ++state->fetches;
+                                 if (state->failing) {
+                                     res.status = 503;
+                                     return;
+                                 }
+                                 const std::lock_guard lock(state->mutex);
+                                 res.set_content(state->published, "application/json");
+                             });
+    state->http.start();
 }
 
 JwksFixture::~JwksFixture() {
-    m_state->server.stop();
-    m_state->thread.join();
+    m_state->http.stop();
 }
 
 QString JwksFixture::url() const {
-    return QStringLiteral("http://127.0.0.1:") + QString::number(m_state->port) +
-           QStringLiteral("/oauth2/v3/certs");
+    return m_state->http.url(QStringLiteral("/oauth2/v3/certs"));
 }
 
 QString JwksFixture::sign(const QJsonObject& claims, const std::optional<QString>& keyId) const {

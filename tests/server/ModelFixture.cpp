@@ -1,6 +1,7 @@
 #include "ModelFixture.h"
 
 #include "HeldGate.h"
+#include "support/LoopbackServer.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -9,14 +10,11 @@
 
 #include <deque>
 #include <mutex>
-#include <thread>
 
 namespace quillo::server {
 
 struct ModelFixture::State {
-    httplib::Server server;
-    std::thread thread;
-    int port = 0;
+    testsupport::LoopbackServer http;
 
     mutable std::mutex mutex;
     std::deque<Answer> scripted;
@@ -69,33 +67,29 @@ ModelFixture::ModelFixture(int threads)
     : m_state(std::make_unique<State>()) {
     State* state = m_state.get();
     const size_t poolSize = size_t(std::max(1, threads));
-    state->server.new_task_queue = [poolSize] { return new httplib::ThreadPool(poolSize); };
-    state->server.Post("/v1/chat/completions",
-                       [state](const httplib::Request& request, httplib::Response& response) {
-                           state->complete(request, response);
-                       });
-    state->server.Get("/v1/models", [state](const httplib::Request&, httplib::Response& response) {
+    httplib::Server& server = state->http.server();
+    server.new_task_queue = [poolSize] { return new httplib::ThreadPool(poolSize); };
+    server.Post("/v1/chat/completions",
+                [state](const httplib::Request& request, httplib::Response& response) {
+                    state->complete(request, response);
+                });
+    server.Get("/v1/models", [state](const httplib::Request&, httplib::Response& response) {
         {
             std::lock_guard lock(state->mutex);
             ++state->modelsRequests;
         }
         response.set_content("{\"object\":\"list\",\"data\":[]}", "application/json");
     });
-    state->port = state->server.bind_to_any_port("127.0.0.1");
-    state->thread = std::thread([state] { state->server.listen_after_bind(); });
+    state->http.start();
 }
 
 ModelFixture::~ModelFixture() {
     release();
-    // stop() only takes effect once the accept loop runs.
-    while (!m_state->server.is_running())
-        std::this_thread::yield();
-    m_state->server.stop();
-    m_state->thread.join();
+    m_state->http.stop();
 }
 
 QString ModelFixture::url() const {
-    return QStringLiteral("http://127.0.0.1:%1/v1").arg(m_state->port);
+    return m_state->http.url(QStringLiteral("/v1"));
 }
 
 void ModelFixture::script(const QList<Answer>& answers) {

@@ -8,6 +8,7 @@
 #include "http/AccessCode.h"
 #include "http/ApiServer.h"
 #include "storage/Storage.h"
+#include "support/ManualClock.h"
 #include "upstream/ModelClient.h"
 #include "upstream/TranscribeClient.h"
 

@@ -1,6 +1,7 @@
 #include "TranscribeFixture.h"
 
 #include "HeldGate.h"
+#include "support/LoopbackServer.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -17,9 +18,7 @@
 namespace quillo::server {
 
 struct TranscribeFixture::State {
-    httplib::Server server;
-    std::thread thread;
-    int port = 0;
+    testsupport::LoopbackServer http;
 
     mutable std::mutex mutex;
     std::deque<Answer> scripted;
@@ -107,25 +106,20 @@ QByteArray TranscribeFixture::wav(int milliseconds, int sampleRate) {
 TranscribeFixture::TranscribeFixture()
     : m_state(std::make_unique<State>()) {
     State* state = m_state.get();
-    state->server.Post("/v1/audio/transcriptions",
-                       [state](const httplib::Request& request, httplib::Response& response) {
-                           state->transcribe(request, response);
-                       });
-    state->port = state->server.bind_to_any_port("127.0.0.1");
-    state->thread = std::thread([state] { state->server.listen_after_bind(); });
+    state->http.server().Post("/v1/audio/transcriptions", [state](const httplib::Request& request,
+                                                                  httplib::Response& response) {
+        state->transcribe(request, response);
+    });
+    state->http.start();
 }
 
 TranscribeFixture::~TranscribeFixture() {
     release();
-    // stop() only takes effect once the accept loop runs.
-    while (!m_state->server.is_running())
-        std::this_thread::yield();
-    m_state->server.stop();
-    m_state->thread.join();
+    m_state->http.stop();
 }
 
 QString TranscribeFixture::url() const {
-    return QStringLiteral("http://127.0.0.1:%1/v1").arg(m_state->port);
+    return m_state->http.url(QStringLiteral("/v1"));
 }
 
 void TranscribeFixture::script(const QList<Answer>& answers) {

@@ -5,6 +5,7 @@
 #include "store/StateStore.h"
 
 #include <QCoreApplication>
+#include <QTest>
 #include <QThread>
 
 namespace quillo::screentest {
@@ -169,6 +170,31 @@ QList<QQuickItem*> ScreensTest::items(const QString& objectName) const {
 QQuickItem* ScreensTest::item(const QString& objectName) const {
     const QList<QQuickItem*> found = items(objectName);
     return found.isEmpty() ? nullptr : found.first();
+}
+
+QString ScreensTest::textOf(QQuickItem* item) {
+    return item ? item->property("text").toString() : QString();
+}
+
+QPoint ScreensTest::centreOf(QQuickItem* item) {
+    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+}
+
+void ScreensTest::typeInto(QWindow* window, const QString& text) {
+    for (const QChar c : text)
+        QTest::keyClick(window, c.toLatin1());
+}
+
+QQuickItem* ScreensTest::wordItem(const QString& text) const {
+    for (QQuickItem* word : items(QStringLiteral("word"))) {
+        if (word->property("piece").toMap().value(QStringLiteral("text")).toString() == text)
+            return word;
+    }
+    return nullptr;
+}
+
+int ScreensTest::bubbles() const {
+    return int(items(QStringLiteral("bubble")).size());
 }
 
 bool ScreensTest::spinUntil(const std::function<bool()>& done, int turns, qint64 step) {

@@ -6,6 +6,7 @@
 #include "screens/AppContext.h"
 #include "server/ServerTestSupport.h"
 #include "shell/ScreenEngine.h"
+#include "support/ManualClock.h"
 
 #include <QDir>
 #include <QQuickItem>
@@ -51,6 +52,17 @@ protected:
     // for review.
     void grab(const QString& name, QQuickWindow* window = nullptr);
     QStringList warnings() const;
+
+    // What an item shows as its text; empty without the item.
+    static QString textOf(QQuickItem* item);
+    // The on-screen centre of an item, in its window's coordinates.
+    static QPoint centreOf(QQuickItem* item);
+    // Types plain ASCII text into the focused item, key by key.
+    static void typeInto(QWindow* window, const QString& text);
+    // The word of a contact's message laid out on screen that reads `text`.
+    QQuickItem* wordItem(const QString& text) const;
+    // Message bubbles laid out now.
+    int bubbles() const;
 
     static const QString japaneseId;
     static const QString russianId;

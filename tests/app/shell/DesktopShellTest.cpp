@@ -5,6 +5,7 @@
 #include "shell/DesktopApp.h"
 #include "store/SessionStore.h"
 #include "store/StateStore.h"
+#include "support/ManualClock.h"
 
 #include <QApplication>
 #include <QDBusConnectionInterface>

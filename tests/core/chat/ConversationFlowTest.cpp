@@ -1,7 +1,8 @@
-#include "chat/ChatRepository.h"
+#include "repository/ChatRepository.h"
 #include "service/QuilloAPI.h"
 #include "store/SessionStore.h"
 #include "store/StateStore.h"
+#include "support/ManualClock.h"
 
 #include <QTemporaryDir>
 

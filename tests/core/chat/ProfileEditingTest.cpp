@@ -1,10 +1,11 @@
 #include "TestRecords.h"
-#include "chat/ChatRepository.h"
 #include "model/Identifiers.h"
 #include "model/StarterBots.h"
+#include "repository/ChatRepository.h"
 #include "service/QuilloAPI.h"
 #include "store/SessionStore.h"
 #include "store/StateStore.h"
+#include "support/ManualClock.h"
 
 #include <QFile>
 #include <QTemporaryDir>

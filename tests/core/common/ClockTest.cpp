@@ -1,4 +1,5 @@
 #include "common/Clock.h"
+#include "support/ManualClock.h"
 
 #include <gtest/gtest.h>
 

@@ -2,6 +2,7 @@
 #include "common/Clock.h"
 #include "dictation/Recognizer.h"
 #include "dictation/WavFileSource.h"
+#include "support/ManualClock.h"
 
 #include <QCoreApplication>
 #include <QSignalSpy>

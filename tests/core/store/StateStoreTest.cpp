@@ -1,5 +1,6 @@
 #include "store/StateStore.h"
 #include "store/AtomicFile.h"
+#include "support/ManualClock.h"
 
 #include <gtest/gtest.h>
 
