@@ -3,6 +3,7 @@
 #include "common/LogCategories.h"
 #include "common/SerialQueue.h"
 #include "parts/DocumentAccess.h"
+#include "service/ServiceStatus.h"
 #include "store/SessionStore.h"
 
 #include <QLoggingCategory>
@@ -11,8 +12,6 @@ namespace quillo {
 
 namespace {
 
-const QString unreachableLine =
-    QStringLiteral("Couldn't reach Quillo. Check your connection and try again.");
 const QString refusedLine = QStringLiteral("Quillo couldn't sign you in. Try again.");
 
 } // namespace
@@ -30,12 +29,11 @@ AccountFlows::~AccountFlows() {
 }
 
 void AccountFlows::close() {
-    *m_alive = false;
+    m_lifetime.end();
 }
 
 QString AccountFlows::failureLine(const ApiError& error) {
-    const ProviderError* provider = error.provider();
-    return provider && !provider->status ? unreachableLine : refusedLine;
+    return statusOf(error) == ServiceStatus::Unreachable ? unreachableLine() : refusedLine;
 }
 
 std::optional<QString> AccountFlows::returningEmail() const {
@@ -62,9 +60,9 @@ QCoro::Task<AccountFlows::Outcome> AccountFlows::signInWithCode(QString accessCo
 
 QCoro::Task<AccountFlows::Outcome>
 AccountFlows::signInWith(QCoro::Task<ApiResult<QuilloSession>> request) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     auto session = co_await request;
-    if (!*alive)
+    if (alive.ended())
         co_return StateSync::succeeded;
     if (!session.ok()) {
         qCWarning(lcAccount).noquote() << "signing in failed:" << session.error().description();
@@ -74,10 +72,10 @@ AccountFlows::signInWith(QCoro::Task<ApiResult<QuilloSession>> request) {
 }
 
 QCoro::Task<AccountFlows::Outcome> AccountFlows::adoptSession(QuilloSession session) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     auto adopting = m_queue.run([this, session] { return adoptUnderQueue(session); });
     const Outcome adopted = co_await adopting;
-    if (!*alive || !adopted.ok())
+    if (alive.ended() || !adopted.ok())
         co_return adopted;
     m_session.signedIn(session);
     // What a returning owner wrote while signed out goes up now.
@@ -103,15 +101,15 @@ QCoro::Task<AccountFlows::Outcome> AccountFlows::adoptUnderQueue(QuilloSession s
 
 QCoro::Task<> AccountFlows::signOut() {
     co_await outlivingCaller([this]() -> QCoro::Task<> {
-        const std::shared_ptr<bool> alive = m_alive;
+        const Lifetime::Watch alive = m_lifetime.watch();
         // The last changes go up first, so that nothing is lost.
         co_await m_queue.run([this] { return m_sync.sync(false); });
-        if (!*alive)
+        if (alive.ended())
             co_return;
         // Then the token ends on the service as well. Failing that is logged, never shown: on
         // this device the sign-out goes on regardless, and the session expires by itself.
         co_await m_queue.run([this] { return endSession(); });
-        if (!*alive)
+        if (alive.ended())
             co_return;
         co_await m_queue.run([this] { return forgetting(); });
     });
@@ -162,10 +160,10 @@ QCoro::Task<AccountFlows::Outcome> AccountFlows::deleteAccount() {
 }
 
 QCoro::Task<AccountFlows::Outcome> AccountFlows::deleteWith(QString token) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     auto request = m_queue.run([this, token] { return m_api.deleteAccount(token); });
     const auto deleted = co_await request;
-    if (!*alive)
+    if (alive.ended())
         co_return StateSync::succeeded;
     if (!deleted.ok()) {
         qCWarning(lcAccount).noquote()

@@ -3,6 +3,7 @@
 #include "common/LogCategories.h"
 #include "common/SerialQueue.h"
 #include "parts/DocumentAccess.h"
+#include "service/ServiceStatus.h"
 #include "store/SessionStore.h"
 
 #include <QDir>
@@ -32,12 +33,12 @@ StateSync::~StateSync() {
 }
 
 void StateSync::close() {
-    *m_alive = false;
+    m_lifetime.end();
     m_quiet.cancel();
 }
 
 void StateSync::documentChanged() {
-    if (!*m_alive)
+    if (m_lifetime.ended())
         return;
     // Only the last change of a burst leads to an upload.
     m_quiet.cancel();
@@ -46,17 +47,17 @@ void StateSync::documentChanged() {
 }
 
 QCoro::Task<> StateSync::waitForQuiet(CancelToken quiet) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     const bool settled = co_await m_document.clock().sleep(quietMillis, quiet);
-    if (!settled || !*alive)
+    if (!settled || alive.ended())
         co_return;
     co_await m_queue.run([this] { return sync(false); });
 }
 
 QCoro::Task<> StateSync::refresh() {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     const bool signedIn = co_await refreshAccount();
-    if (!signedIn || !*alive)
+    if (!signedIn || alive.ended())
         co_return;
     co_await m_queue.run([this] { return sync(true); });
 }
@@ -65,16 +66,16 @@ QCoro::Task<bool> StateSync::refreshAccount() {
     const std::optional<QString> token = m_session.token();
     if (!token)
         co_return false;
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     const auto result = co_await m_api.account(*token);
-    if (!*alive)
+    if (alive.ended())
         co_return false;
     if (result.ok()) {
         m_session.update(result->account, result->token);
         co_return true;
     }
     qCCritical(lcSync).noquote() << "Checking the account failed:" << result.error().description();
-    if (result.error().hasStatus(401)) {
+    if (statusOf(result.error()) == ServiceStatus::SessionEnded) {
         m_session.expire();
         co_return false;
     }
@@ -87,23 +88,23 @@ QCoro::Task<> StateSync::sync(bool download) {
 }
 
 QCoro::Task<> StateSync::saveChanges(bool download) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     const std::optional<QString> token = m_session.token();
     if (!token)
         co_return;
     // Results are awaited into names: GCC 12 mishandles a co_await inside a condition.
     if (download) {
         const std::optional<Fetched> fetched = co_await fetchOrLog(*token);
-        if (!fetched || !*alive)
+        if (!fetched || alive.ended())
             co_return;
     }
     Outcome uploaded = co_await upload(*token);
-    if (!*alive || uploaded.ok())
+    if (alive.ended() || uploaded.ok())
         co_return;
-    if (uploaded.error().hasStatus(409)) {
+    if (statusOf(uploaded.error()) == ServiceStatus::Stale) {
         // Another device uploaded since our last exchange: bring its copy in, then try once more.
         std::optional<Fetched> fetched = co_await fetchOrLog(*token);
-        if (!fetched || !*alive)
+        if (!fetched || alive.ended())
             co_return;
         if (*fetched == Fetched::Unchanged && !m_document.document().profile.setupCompleted) {
             // Refused although the service's copy is the one we last agreed on, and ours is not
@@ -114,11 +115,11 @@ QCoro::Task<> StateSync::saveChanges(bool download) {
                                  "bringing the account's document in whole";
             forgetBookkeeping();
             fetched = co_await fetchOrLog(*token);
-            if (!fetched || !*alive)
+            if (!fetched || alive.ended())
                 co_return;
         }
         uploaded = co_await upload(*token);
-        if (!*alive || uploaded.ok())
+        if (alive.ended() || uploaded.ok())
             co_return;
     }
     logFailure(uploaded.error());
@@ -153,11 +154,11 @@ void StateSync::followDocument(bool startedFresh) {
 }
 
 QCoro::Task<StateSync::Outcome> StateSync::recordOnceSaved(SyncMark mark) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     m_document.apply([&mark](StoredState& state) { state.syncMark = mark; },
                      DocumentAccess::Languages::Keep);
     const bool onDisk = co_await m_document.saved();
-    if (!*alive)
+    if (alive.ended())
         co_return succeeded;
     if (!onDisk)
         co_return Outcome(ApiError(LocalFailure{QStringLiteral("the document was not saved")}));
@@ -166,9 +167,9 @@ QCoro::Task<StateSync::Outcome> StateSync::recordOnceSaved(SyncMark mark) {
 }
 
 QCoro::Task<std::optional<StateSync::Fetched>> StateSync::fetchOrLog(QString token) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     const Result<Fetched, ApiError> fetched = co_await fetch(token);
-    if (!*alive)
+    if (alive.ended())
         co_return std::nullopt;
     if (!fetched.ok()) {
         logFailure(fetched.error());
@@ -178,15 +179,15 @@ QCoro::Task<std::optional<StateSync::Fetched>> StateSync::fetchOrLog(QString tok
 }
 
 QCoro::Task<StateSync::Outcome> StateSync::upload(QString token) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     AccountProjection projection = co_await AccountProjection::inBackground(m_document.document());
-    if (!*alive)
+    if (alive.ended())
         co_return succeeded;
     if (m_session.syncedFingerprint() == projection.fingerprint)
         co_return succeeded; // the service already holds exactly this
     const qint64 base = m_session.syncedAt();
     const auto saved = co_await m_api.saveState(token, projection.bytes, base);
-    if (!*alive)
+    if (alive.ended())
         co_return succeeded;
     if (!saved.ok())
         co_return Outcome(saved.error());
@@ -198,7 +199,7 @@ QCoro::Task<StateSync::Outcome> StateSync::upload(QString token) {
     // inside a co_await expression twice.
     auto storing = m_base.store(std::move(projection), m_session.syncedFingerprint());
     co_await storing;
-    if (!*alive)
+    if (alive.ended())
         co_return succeeded;
     auto recording = recordOnceSaved(mark);
     co_return co_await recording;
@@ -213,9 +214,9 @@ QCoro::Task<StateSync::Outcome> StateSync::download(QString token) {
 }
 
 QCoro::Task<Result<StateSync::Fetched, ApiError>> StateSync::fetch(QString token) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     const auto answer = co_await m_api.state(token, m_session.syncedAt());
-    if (!*alive)
+    if (alive.ended())
         co_return Fetched::Unchanged;
     if (!answer.ok())
         co_return answer.error();
@@ -233,7 +234,7 @@ QCoro::Task<Result<StateSync::Fetched, ApiError>> StateSync::fetch(QString token
     }
 
     const AccountProjection downloaded = co_await AccountProjection::inBackground(*remote.state);
-    if (!*alive)
+    if (alive.ended())
         co_return Fetched::Unchanged;
     const std::optional<QString> recordedFingerprint = m_session.syncedFingerprint();
     const std::optional<StoredState> base =
@@ -242,7 +243,7 @@ QCoro::Task<Result<StateSync::Fetched, ApiError>> StateSync::fetch(QString token
     // differs from it and goes up with the next upload.
     auto storing = m_base.store(downloaded, recordedFingerprint);
     co_await storing;
-    if (!*alive)
+    if (alive.ended())
         co_return Fetched::Unchanged;
     // Merged after every await, so that no edit made meanwhile is overwritten. The merged
     // document carries its mark in the same write.
@@ -260,7 +261,7 @@ QCoro::Task<Result<StateSync::Fetched, ApiError>> StateSync::fetch(QString token
 }
 
 void StateSync::logFailure(const ApiError& error) {
-    if (error.hasStatus(401))
+    if (statusOf(error) == ServiceStatus::SessionEnded)
         m_session.expire();
     if (error.provider() || error.local())
         qCCritical(lcSync).noquote() << "Syncing failed:" << error.description();

@@ -6,6 +6,7 @@
 #include "model/Identifiers.h"
 #include "model/TextHelpers.h"
 #include "parts/AccountCheck.h"
+#include "service/ServiceStatus.h"
 #include "store/SessionStore.h"
 
 #include <QLoggingCategory>
@@ -18,8 +19,6 @@ const QString usedUpLine = QStringLiteral("You've used today's replies. More arr
 const QString busyLine = QStringLiteral("Quillo is busy right now. Try again in a moment.");
 const QString noAnswerLine =
     QStringLiteral("Quillo didn't answer this time. No fake reply was added.");
-const QString unreachableLine =
-    QStringLiteral("Couldn't reach Quillo. Check your connection and try again.");
 
 std::optional<ChatMessage> newest(const StoredState& state, const QString& botId) {
     const QList<ChatMessage> messages = state.messagesFor(botId);
@@ -53,8 +52,7 @@ ConversationFlow::~ConversationFlow() {
 }
 
 void ConversationFlow::close() {
-    *m_alive = false;
-    m_closing.cancel();
+    m_lifetime.end();
 }
 
 bool ConversationFlow::addUserMessage(const QString& botId, const QString& text) {
@@ -94,7 +92,7 @@ QCoro::Task<> ConversationFlow::answerLatest(QString botId) {
 QCoro::Task<> ConversationFlow::respond(QString botId, std::optional<QString> userText) {
     if (m_document.isTyping(botId))
         co_return;
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     m_document.setTyping(botId, true);
     const qint64 startedAt = m_document.clock().nowMillis();
     // Times are whole milliseconds: the message being answered may carry the start time too.
@@ -102,7 +100,7 @@ QCoro::Task<> ConversationFlow::respond(QString botId, std::optional<QString> us
     const qsizetype answeringAt = newestFromUser(before);
     const QString answering = answeringAt >= 0 ? before[answeringAt].id : QString();
     co_await produceReply(botId, userText);
-    if (!*alive)
+    if (alive.ended())
         co_return;
     m_document.setTyping(botId, false);
     // What the user wrote while the contact was typing gets one answer, through the newest. The
@@ -114,7 +112,7 @@ QCoro::Task<> ConversationFlow::respond(QString botId, std::optional<QString> us
 }
 
 QCoro::Task<> ConversationFlow::produceReply(QString botId, std::optional<QString> userText) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     for (std::size_t attempt = 0;; ++attempt) {
         const StoredState& state = m_document.document();
         const std::optional<BotProfile> bot = state.bot(botId);
@@ -129,8 +127,8 @@ QCoro::Task<> ConversationFlow::produceReply(QString botId, std::optional<QStrin
             history.removeAt(answered);
 
         auto result = co_await m_client.reply(*token, *bot, state.profile, std::move(history),
-                                              userText, m_closing);
-        if (!*alive)
+                                              userText, alive.token());
+        if (alive.ended())
             co_return;
         if (result.ok()) {
             const ChatClient::Turn& turn = result.value();
@@ -146,33 +144,34 @@ QCoro::Task<> ConversationFlow::produceReply(QString botId, std::optional<QStrin
             m_document.reportError(noAnswerLine);
             co_return;
         }
-        if (m_closing.isCancelled())
+        if (alive.ended())
             co_return;
-        if (error->status == 401) {
+        const ServiceStatus status = statusOf(result.error());
+        if (status == ServiceStatus::SessionEnded) {
             m_session.expire();
             co_return;
         }
         // A failure that never reached the service is not retried here: the client already
         // tried, and the user can send again.
-        if (!error->status) {
-            m_document.reportError(unreachableLine);
+        if (status == ServiceStatus::Unreachable) {
+            m_document.reportError(unreachableLine());
             co_return;
         }
         if (error->isRetryable() && attempt < std::size(retryWaitsMillis)) {
             qCInfo(lcConversation) << "retrying a reply turn:" << error->description();
             const bool waited =
-                co_await m_document.clock().sleep(retryWaitsMillis[attempt], m_closing);
-            if (!*alive || !waited)
+                co_await m_document.clock().sleep(retryWaitsMillis[attempt], alive.token());
+            if (alive.ended() || !waited)
                 co_return;
             continue;
         }
         qCWarning(lcConversation) << "reply turn failed:" << error->description();
-        if (error->status == 402) {
+        if (status == ServiceStatus::AllowanceUsed) {
             co_await m_account.refreshAccount();
-            if (!*alive)
+            if (alive.ended())
                 co_return;
             m_document.reportError(usedUpLine);
-        } else if (error->status == 429) {
+        } else if (status == ServiceStatus::Busy) {
             m_document.reportError(busyLine);
         } else {
             m_document.reportError(noAnswerLine);

@@ -3,6 +3,7 @@
 #include "WavFile.h"
 #include "common/LogCategories.h"
 #include "service/QuilloAPI.h"
+#include "service/ServiceStatus.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -130,7 +131,8 @@ private:
         // at once rather than when the user finishes. A missed final one ends it too.
         if (final)
             self->deliver({QString(), false, true}, true);
-        else if (!heard.error().isRetryable() || heard.error().hasStatus(503))
+        else if (!heard.error().isRetryable() ||
+                 statusOf(heard.error()) == ServiceStatus::Unavailable)
             self->partialFailedForGood();
         else
             self->partialMissed();
