@@ -71,7 +71,7 @@ GoogleSignIn::GoogleSignIn(GoogleSignInConfig config, Opener opener, QObject* pa
     , m_network(newNetwork()) {}
 
 GoogleSignIn::~GoogleSignIn() {
-    *m_alive = false;
+    m_lifetime.end();
     cancel();
 }
 
@@ -142,7 +142,7 @@ void GoogleSignIn::answerBrowser() {
 }
 
 QCoro::Task<GoogleSignIn::Outcome> GoogleSignIn::idToken() {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     if (m_pending)
         finish({Failure::Kind::Cancelled, {}});
 
@@ -172,7 +172,7 @@ QCoro::Task<GoogleSignIn::Outcome> GoogleSignIn::idToken() {
             break;
         co_await qCoro(this, &GoogleSignIn::resumed);
     }
-    if (!*alive)
+    if (alive.ended())
         co_return Outcome(Failure{Failure::Kind::Cancelled, {}});
     if (arrival->failure)
         co_return Outcome(*arrival->failure);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/Lifetime.h"
 #include "common/Result.h"
 
 #include <QCoro/QCoroTask>
@@ -102,7 +103,7 @@ private:
     std::optional<Pending> m_pending;
     std::unique_ptr<QTcpServer> m_loopback;
     std::shared_ptr<QNetworkAccessManager> m_network;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

@@ -35,7 +35,7 @@ TrayWatch::TrayWatch(const Clock& clock, Places places, QObject* parent)
 }
 
 TrayWatch::~TrayWatch() {
-    *m_alive = false;
+    m_lifetime.end();
     m_stop.cancel();
     stopListening();
 }
@@ -74,15 +74,15 @@ void TrayWatch::start() {
         m_bus->connect(QString(), watcherPath, watcherInterface, hostRegistered, this,
                        SLOT(probe()));
     }
-    watch(m_stop, m_alive);
+    watch(m_stop, m_lifetime.watch());
 }
 
-QCoro::Task<> TrayWatch::watch(CancelToken stop, std::shared_ptr<bool> alive) {
+QCoro::Task<> TrayWatch::watch(CancelToken stop, Lifetime::Watch alive) {
     const qint64 deadline = m_clock.nowMillis() + limitMillis;
     while (true) {
         probe();
         // An X11 tray is found at once, and whoever heard of it may have deleted us.
-        if (!*alive || m_result != Result::Watching)
+        if (alive.ended() || m_result != Result::Watching)
             co_return;
         const qint64 left = deadline - m_clock.nowMillis();
         if (left <= 0) {

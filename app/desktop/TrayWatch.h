@@ -2,6 +2,7 @@
 
 #include "common/Cancellation.h"
 #include "common/Clock.h"
+#include "common/Lifetime.h"
 
 #include <QCoroTask>
 #include <QDBusConnection>
@@ -59,7 +60,7 @@ private Q_SLOTS:
     void probe();
 
 private:
-    QCoro::Task<> watch(CancelToken stop, std::shared_ptr<bool> alive);
+    QCoro::Task<> watch(CancelToken stop, Lifetime::Watch alive);
     void askWatcher();
     void openX11(const QString& display);
     bool x11TrayOwned() const;
@@ -75,7 +76,7 @@ private:
     Result m_result = Result::Watching;
     bool m_started = false;
     CancelToken m_stop;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

@@ -26,7 +26,7 @@ AppController::AppController(const Clock& clock, QObject* parent)
 }
 
 AppController::~AppController() {
-    *m_alive = false;
+    m_lifetime.end();
     stop();
 }
 
@@ -102,10 +102,10 @@ void AppController::notify(const BotProfile& bot, const QList<ChatMessage>& mess
 }
 
 QCoro::Task<> AppController::checkForUpdate() {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     auto checking = UpdateCheck::newer(AppIdentity::version(), m_api->baseURL());
     const std::optional<MacUpdate> update = co_await checking;
-    if (!*alive || !update)
+    if (alive.ended() || !update)
         co_return;
     m_update = update;
     Q_EMIT updateFound();

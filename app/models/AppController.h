@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/Lifetime.h"
 #include "models/AppModel.h"
 #include "models/NotificationPayload.h"
 #include "models/RepeatingTimers.h"
@@ -85,7 +86,7 @@ private:
     SelectionTranslation m_selectionTranslation;
     AppShell* m_shell = nullptr;
     std::optional<MacUpdate> m_update;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

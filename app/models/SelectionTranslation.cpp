@@ -6,7 +6,7 @@ SelectionTranslation::SelectionTranslation(QObject* parent)
     : QObject(parent) {}
 
 SelectionTranslation::~SelectionTranslation() {
-    *m_alive = false;
+    m_lifetime.end();
 }
 
 void SelectionTranslation::translate(const QString& language, const QString& text) {
@@ -38,10 +38,10 @@ void SelectionTranslation::clear() {
 }
 
 QCoro::Task<> SelectionTranslation::lookUp(quint64 request, QString language, QString text) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     auto lookup = m_lookup(language, text);
     const TranslationResult<Meaning> meaning = co_await lookup;
-    if (!*alive || request != m_request)
+    if (alive.ended() || request != m_request)
         co_return;
     m_busy = false;
     if (meaning.ok()) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/Lifetime.h"
 #include "language/FreeTranslator.h"
 
 #include <QCoro/QCoroTask>
@@ -57,7 +58,7 @@ private:
     bool m_busy = false;
     QString m_failureLine;
     quint64 m_request = 0;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

@@ -8,7 +8,7 @@ WordHover::WordHover(QObject* parent)
     : QObject(parent) {}
 
 WordHover::~WordHover() {
-    *m_alive = false;
+    m_lifetime.end();
 }
 
 void WordHover::show(const QString& messageId, const QString& word, const QString& language,
@@ -40,10 +40,10 @@ void WordHover::hide() {
 
 QCoro::Task<> WordHover::lookUp(quint64 request, QString messageId, QString word,
                                 QString language) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     auto lookup = m_lookup(messageId, word, language);
     const TranslationResult<Meaning> meaning = co_await lookup;
-    if (!*alive || request != m_request)
+    if (alive.ended() || request != m_request)
         co_return;
     m_busy = false;
     if (meaning.ok() && !meaning->text.trimmed().isEmpty())

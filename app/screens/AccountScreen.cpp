@@ -44,7 +44,7 @@ void AccountScreen::cancelGoogle() {
 }
 
 AccountScreen::~AccountScreen() {
-    *m_alive = false;
+    m_lifetime.end();
 }
 
 bool AccountScreen::signedIn() const {
@@ -79,22 +79,22 @@ void AccountScreen::deleteAccount() {
 }
 
 QCoro::Task<> AccountScreen::signingIn(QString code) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     setFailureLine({});
     setBusy(true);
     auto request = m_repository.signInWithCode(code);
     const AccountFlows::Outcome outcome = co_await request;
-    if (*alive)
+    if (!alive.ended())
         finishSignIn(outcome);
 }
 
 QCoro::Task<> AccountScreen::signingInWithGoogle() {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     setFailureLine({});
     setBusy(true);
     auto browsing = m_google->idToken();
     const GoogleSignIn::Outcome token = co_await browsing;
-    if (!*alive)
+    if (alive.ended())
         co_return;
     if (!token.ok()) {
         setBusy(false);
@@ -104,7 +104,7 @@ QCoro::Task<> AccountScreen::signingInWithGoogle() {
     }
     auto request = m_repository.signIn(token.value());
     const AccountFlows::Outcome outcome = co_await request;
-    if (*alive)
+    if (!alive.ended())
         finishSignIn(outcome);
 }
 
@@ -115,21 +115,21 @@ void AccountScreen::finishSignIn(const AccountFlows::Outcome& outcome) {
 }
 
 QCoro::Task<> AccountScreen::signingOut() {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     setBusy(true);
     auto request = m_repository.signOut();
     co_await request;
-    if (*alive)
+    if (!alive.ended())
         setBusy(false);
 }
 
 QCoro::Task<> AccountScreen::deleting() {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     setDeleteFailureLine({});
     setBusy(true);
     auto request = m_repository.deleteAccount();
     const AccountFlows::Outcome outcome = co_await request;
-    if (!*alive)
+    if (alive.ended())
         co_return;
     setBusy(false);
     if (!outcome.ok())

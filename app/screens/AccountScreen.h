@@ -1,6 +1,7 @@
 #pragma once
 
 #include "account/AccountFlows.h"
+#include "common/Lifetime.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -79,7 +80,7 @@ private:
     QString m_failureLine;
     QString m_deleteFailureLine;
     const QString m_connectionWarning;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

@@ -49,7 +49,7 @@ AppContext::AppContext(AppController& controller, Desktop desktop, QObject* pare
 }
 
 AppContext::~AppContext() {
-    *m_alive = false;
+    m_lifetime.end();
     if (current == this)
         current = nullptr;
 }
@@ -96,15 +96,15 @@ void AppContext::focusMostRelevantChat() {
 
 void AppContext::refresh() {
     if (!m_refreshing)
-        refreshing(m_alive);
+        refreshing(m_lifetime.watch());
 }
 
-QCoro::Task<> AppContext::refreshing(std::shared_ptr<bool> alive) {
+QCoro::Task<> AppContext::refreshing(Lifetime::Watch alive) {
     m_refreshing = true;
     Q_EMIT refreshingChanged();
     auto refresh = m_controller.repository().refresh();
     co_await refresh;
-    if (!*alive)
+    if (alive.ended())
         co_return;
     m_refreshing = false;
     Q_EMIT refreshingChanged();

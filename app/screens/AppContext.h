@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/Lifetime.h"
 #include "desktop/DesktopNotifications.h"
 #include "desktop/GoogleSignIn.h"
 #include "desktop/LoginItem.h"
@@ -108,7 +109,7 @@ Q_SIGNALS:
     void updateChanged();
 
 private:
-    QCoro::Task<> refreshing(std::shared_ptr<bool> alive);
+    QCoro::Task<> refreshing(Lifetime::Watch alive);
 
     AppController& m_controller;
     std::unique_ptr<GoogleSignIn> m_google;
@@ -124,7 +125,7 @@ private:
     int m_unread = 0;
     bool m_refreshing = false;
     bool m_updateDismissed = false;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "account/StateSync.h"
+#include "common/Lifetime.h"
 #include "service/QuilloSession.h"
 
 #include <QCoroTask>
@@ -65,7 +66,7 @@ private:
     const QuilloAPI& m_api;
     SerialQueue& m_queue;
     StateSync& m_sync;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

@@ -2,6 +2,7 @@
 
 #include "account/SyncBase.h"
 #include "common/Cancellation.h"
+#include "common/Lifetime.h"
 #include "parts/AccountCheck.h"
 #include "service/QuilloAPI.h"
 
@@ -89,7 +90,7 @@ private:
     SerialQueue& m_queue;
     SyncBase m_base;
     CancelToken m_quiet;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/Cancellation.h"
+#include "common/Lifetime.h"
 #include "parts/DocumentAccess.h"
 
 #include <QCoroTask>
@@ -68,9 +69,9 @@ private:
     WordGlossing& m_glossing;
     std::optional<QString> m_visibleBotId;
     Incoming m_onIncoming;
-    CancelToken m_closing;
-    // Copied into every turn: a turn that resumes after the flow is gone sees false and stops.
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    // Watched by every turn: a turn that resumes after the flow closed stops, and its waits end
+    // at once.
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

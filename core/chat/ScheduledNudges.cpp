@@ -25,7 +25,7 @@ ScheduledNudges::~ScheduledNudges() {
 }
 
 void ScheduledNudges::close() {
-    *m_alive = false;
+    m_lifetime.end();
 }
 
 QCoro::Task<> ScheduledNudges::run(qint64 now) {
@@ -55,9 +55,9 @@ QCoro::Task<> ScheduledNudges::run(qint64 now) {
     m_document.apply([&schedule](StoredState& next) { next.nextNudgeAt = schedule; },
                      DocumentAccess::Languages::Keep);
 
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     co_await m_account.refreshAccount();
-    if (!*alive)
+    if (alive.ended())
         co_return;
     const int budget = NudgePolicy::budget(m_session.account());
     const qsizetype chosen = std::min<qsizetype>(budget, candidates.size());
@@ -70,7 +70,7 @@ QCoro::Task<> ScheduledNudges::run(qint64 now) {
         if (!m_document.document().botsCanStartConversations)
             co_return;
         co_await m_conversation.respond(candidates[i], std::nullopt);
-        if (!*alive)
+        if (alive.ended())
             co_return;
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "chat/NudgePolicy.h"
+#include "common/Lifetime.h"
 
 #include <QCoroTask>
 
@@ -40,7 +41,7 @@ private:
     AccountCheck& m_account;
     ConversationFlow& m_conversation;
     UniformDraw m_draw;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

@@ -55,7 +55,7 @@ WordGlossing::~WordGlossing() {
 }
 
 void WordGlossing::close() {
-    *m_alive = false;
+    m_lifetime.end();
 }
 
 QString WordGlossing::cacheKey(const QString& language, const QString& glossLanguage,
@@ -84,9 +84,9 @@ void WordGlossing::prefetchWords(const QString& messageId) {
 
 QCoro::Task<> WordGlossing::fetchGlosses(QString messageId, QStringList words, QString from,
                                          QString to) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     const auto translated = co_await m_translator.translateMany(words, from, to);
-    if (!*alive)
+    if (alive.ended())
         co_return;
     m_glossing.remove(messageId);
     if (!translated.ok()) {
@@ -123,9 +123,9 @@ QCoro::Task<TranslationResult<Meaning>> WordGlossing::translate(QString language
     if (cached != m_document.document().translationCache.cend())
         co_return TranslationResult<Meaning>(*cached);
 
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     auto looked = co_await m_translator.lookup(text, language, to);
-    if (!looked.ok() || !*alive)
+    if (!looked.ok() || alive.ended())
         co_return looked;
     const Meaning meaning = looked.value();
     m_document.apply(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/Lifetime.h"
 #include "language/FreeTranslator.h"
 #include "parts/DocumentAccess.h"
 
@@ -47,7 +48,7 @@ private:
     DocumentAccess& m_document;
     const FreeTranslator& m_translator;
     QSet<QString> m_glossing;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 };
 
 } // namespace quillo

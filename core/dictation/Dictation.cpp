@@ -36,7 +36,7 @@ Dictation::Dictation(AudioSource& source, Recognizer& recognizer, const Clock& c
     , m_levels(barCount, 0.0f) {}
 
 Dictation::~Dictation() {
-    *m_alive = false;
+    m_lifetime.end();
     stop();
 }
 
@@ -157,10 +157,10 @@ void Dictation::finish(std::function<void(const QString&)> then) {
 }
 
 QCoro::Task<> Dictation::deliverLater(int finishNumber) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     auto waiting = m_clock.sleep(finishFallbackMillis);
     co_await waiting;
-    if (*alive && finishNumber == m_finishes)
+    if (!alive.ended() && finishNumber == m_finishes)
         deliver();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AudioFeed.h"
+#include "common/Lifetime.h"
 
 #include <QList>
 #include <QObject>
@@ -83,7 +84,7 @@ private:
     const Clock& m_clock;
     std::shared_ptr<AudioFeed> m_feed = std::make_shared<AudioFeed>();
     std::shared_ptr<Recognition> m_task;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
 
     bool m_active = false;
     QString m_language;

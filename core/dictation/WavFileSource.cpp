@@ -12,7 +12,7 @@ WavFileSource::WavFileSource(QByteArray samples, const Clock* pace, QObject* par
     , m_pace(pace) {}
 
 WavFileSource::~WavFileSource() {
-    *m_alive = false;
+    m_lifetime.end();
 }
 
 std::optional<QString> WavFileSource::start(Tap tap) {
@@ -58,10 +58,10 @@ void WavFileSource::playSoon() {
 }
 
 QCoro::Task<> WavFileSource::playAfterOneBuffer(int playing) {
-    const std::shared_ptr<bool> alive = m_alive;
+    const Lifetime::Watch alive = m_lifetime.watch();
     auto waiting = m_pace->sleep(qint64(dictationBufferFrames) * 1000 / dictationSampleRate);
     co_await waiting;
-    if (*alive && playing == m_playing)
+    if (!alive.ended() && playing == m_playing)
         playNext();
 }
 

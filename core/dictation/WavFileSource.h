@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AudioSource.h"
+#include "common/Lifetime.h"
 
 #include <QObject>
 
@@ -44,7 +45,7 @@ private:
 
     QByteArray m_samples;
     const Clock* m_pace;
-    std::shared_ptr<bool> m_alive = std::make_shared<bool>(true);
+    Lifetime m_lifetime;
     qsizetype m_at = 0;
     bool m_running = false;
     int m_playing = 0;
