@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QQmlProperty>
 #include <QStandardPaths>
 
 using namespace quillo;
@@ -105,14 +106,21 @@ TEST_F(ScreensRenderTest, SigningInWithAnAccessCodeLeadsThroughOnboardingToTheCh
     while (onboarding && !onboarding->property("languages").isValid())
         onboarding = onboarding->parentItem();
     ASSERT_NE(onboarding, nullptr);
-    onboarding->setProperty("name", QStringLiteral("Ana"));
-    onboarding->setProperty("languages",
-                            QStringList{QStringLiteral("Japanese"), QStringLiteral("Spanish")});
-    onboarding->setProperty("interests", QStringLiteral("music, travel"));
+    // Written as the fields write them: the value replaces the binding to the settings, which
+    // the sign-in's last upload may still refresh.
+    QQmlProperty::write(onboarding, QStringLiteral("name"), QStringLiteral("Ana"));
+    QQmlProperty::write(onboarding, QStringLiteral("languages"),
+                        QStringList{QStringLiteral("Japanese"), QStringLiteral("Spanish")});
+    QQmlProperty::write(onboarding, QStringLiteral("interests"), QStringLiteral("music, travel"));
     grab(QStringLiteral("onboarding-filled"));
+    ASSERT_TRUE(onboarding->property("ready").toBool())
+        << "name " << onboarding->property("name").toString().toStdString() << ", languages "
+        << onboarding->property("languages").toStringList().join(u',').toStdString();
     QMetaObject::invokeMethod(item(QStringLiteral("startButton")), "clicked");
 
-    ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("chatList")) != nullptr; }));
+    ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("chatList")) != nullptr; }))
+        << "set up: " << controller->repository().state().profile.setupCompleted
+        << ", signed in: " << context->account()->signedIn();
     EXPECT_EQ(context->chats()->rowCount(), 2);
     EXPECT_TRUE(controller->repository().state().profile.setupCompleted);
     EXPECT_FALSE(controller->model().selectedBotId().isEmpty()) << "a chat is open to start with";
