@@ -4,7 +4,7 @@
 // accepted recording's samples lie within it.
 #include "auth/Jwks.h"
 #include "auth/Jwt.h"
-#include "http/PcmWav.h"
+#include "dictation/WavFile.h"
 #include "http/StateUpload.h"
 
 #include <QJsonDocument>
@@ -38,9 +38,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (span->first < 0 || span->first > span->second || span->second > input.size())
             std::abort();
     }
-    if (const auto wav = PcmWav::parse(input); wav.ok()) {
-        if (wav->channels < 1 || wav->sampleRate < 1 || wav->dataBytes < 1 ||
-            wav->dataBytes > input.size() - 44)
+    if (const auto wav = quillo::wav::layout(input); wav.ok()) {
+        if (wav->channels < 1 || wav->sampleRate < 4'000 || wav->dataBytes < 2 ||
+            wav->dataOffset < 20 || wav->dataOffset + wav->dataBytes > input.size())
             std::abort();
     }
     return 0;

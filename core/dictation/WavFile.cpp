@@ -5,6 +5,7 @@
 #include <QtEndian>
 
 #include <cmath>
+#include <optional>
 
 namespace quillo::wav {
 
@@ -21,6 +22,11 @@ void putLE32(QByteArray& out, quint32 value) {
     qToLittleEndian(value, bytes);
     out.append(bytes, 4);
 }
+
+constexpr quint32 minSampleRate = 4'000;
+constexpr quint32 maxSampleRate = 384'000;
+// What streaming recorders write as a data chunk's size before they know it.
+constexpr quint32 unknownLengthMark = 0x7FFFFFFF;
 
 struct Format {
     quint16 encoding = 0;
@@ -74,20 +80,21 @@ QByteArray encode(const QByteArray& samples) {
     return out;
 }
 
-Result<QByteArray, QString> decode(const QByteArray& file) {
-    if (file.size() < 12 || !file.startsWith("RIFF") || file.mid(8, 4) != "WAVE")
+Result<Layout, QString> layout(QByteArrayView file) {
+    const qsizetype size = file.size();
+    if (size < 12 || file.first(4) != "RIFF" || file.sliced(8, 4) != "WAVE")
         return QStringLiteral("not a WAV file");
     std::optional<Format> format;
     qsizetype at = 12;
-    while (at + 8 <= file.size()) {
-        const QByteArray id = file.mid(at, 4);
-        const quint32 size = qFromLittleEndian<quint32>(file.constData() + at + 4);
+    while (at + 8 <= size) {
+        const QByteArrayView id = file.sliced(at, 4);
+        const quint32 declared = qFromLittleEndian<quint32>(file.data() + at + 4);
         const qsizetype body = at + 8;
-        const qsizetype available = file.size() - body;
+        const qsizetype available = size - body;
         if (id == "fmt ") {
-            if (size < 16 || available < 16)
+            if (declared < 16 || available < 16)
                 return QStringLiteral("a WAV format chunk that is cut short");
-            const char* f = file.constData() + body;
+            const char* f = file.data() + body;
             format = Format{qFromLittleEndian<quint16>(f), qFromLittleEndian<quint16>(f + 2),
                             qFromLittleEndian<quint32>(f + 4), qFromLittleEndian<quint16>(f + 14)};
         } else if (id == "data") {
@@ -95,21 +102,38 @@ Result<QByteArray, QString> decode(const QByteArray& file) {
                 return QStringLiteral("WAV samples before their format");
             if (format->encoding != 1 || format->bits != 16)
                 return QStringLiteral("not 16-bit PCM (record or convert with 16-bit samples)");
-            if (format->channels == 0 || format->rate < 4000 || format->rate > 192'000)
+            if (format->channels == 0 || format->rate < minSampleRate ||
+                format->rate > maxSampleRate)
                 return QStringLiteral("an unusable channel count or sample rate");
-            // Recorders that stream leave the size unset; take what is there.
-            const qsizetype length = std::min<qsizetype>(size, available);
-            const qsizetype frameBytes = 2 * format->channels;
-            const qsizetype frames = length / frameBytes;
-            QByteArray mono;
-            mono.reserve(frames * 2);
-            for (qsizetype i = 0; i < frames; ++i)
-                mono.append(file.constData() + body + i * frameBytes, 2);
-            return resampled(mono, format->rate);
+            const bool unknownLength = declared >= unknownLengthMark;
+            if (!unknownLength && qsizetype(declared) > available)
+                return QStringLiteral("a WAV file cut short");
+            const qsizetype frameBytes = 2 * qsizetype(format->channels);
+            const qsizetype present = unknownLength ? available : qsizetype(declared);
+            const qsizetype bytes = present / frameBytes * frameBytes;
+            if (bytes == 0)
+                return QStringLiteral("a WAV file without samples");
+            return Layout{format->channels, int(format->rate), body, bytes};
         }
-        at = body + qsizetype(size) + (size & 1);
+        // A chunk other than the data must fit; chunks are padded to an even length.
+        if (qsizetype(declared) > available)
+            return QStringLiteral("a WAV file cut short");
+        at = body + qsizetype(declared) + (declared & 1);
     }
     return QStringLiteral("a WAV file without samples");
+}
+
+Result<QByteArray, QString> decode(const QByteArray& file) {
+    const auto found = layout(file);
+    if (!found)
+        return found.error();
+    const qsizetype frameBytes = 2 * qsizetype(found->channels);
+    const qsizetype frames = found->dataBytes / frameBytes;
+    QByteArray mono;
+    mono.reserve(frames * 2);
+    for (qsizetype i = 0; i < frames; ++i)
+        mono.append(file.constData() + found->dataOffset + i * frameBytes, 2);
+    return resampled(mono, quint32(found->sampleRate));
 }
 
 } // namespace quillo::wav

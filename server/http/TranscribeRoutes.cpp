@@ -1,9 +1,9 @@
 #include "ApiContext.h"
 #include "HttpJson.h"
-#include "PcmWav.h"
 #include "RequestLog.h"
 #include "Router.h"
 #include "Routes.h"
+#include "dictation/WavFile.h"
 #include "upstream/TranscribeClient.h"
 
 #include <algorithm>
@@ -76,8 +76,10 @@ boost::asio::awaitable<void> transcribe(const ApiContext& api, const HttpRequest
     }
 
     QByteArray wav(request.body.data(), qsizetype(request.body.size()));
-    if (const auto format = PcmWav::parse(wav); !format) {
-        sendError(response, 400, format.error());
+    // The app's own rules: a speech server is never sent something it would choke on, and the
+    // app learns at once that its recorder wrote a bad file.
+    if (const auto format = wav::layout(wav); !format) {
+        sendError(response, 400, QStringLiteral("audio: ") + format.error());
         co_return;
     }
 

@@ -71,10 +71,19 @@ TEST(WavFile, DictationAudioRoundTripsAndOtherRecordingsAreConverted) {
     qToLittleEndian<quint16>(3, floats.data() + 20);
     EXPECT_EQ(wav::decode(floats).error(),
               QStringLiteral("not 16-bit PCM (record or convert with 16-bit samples)"));
-    // A streaming recorder's unset size takes what is there.
+    // A streaming recorder's unset size takes what is there; any other shortfall is a file cut
+    // short, as the service has it too.
     QByteArray unsized = file;
     qToLittleEndian<quint32>(0xFFFFFFFF, unsized.data() + 40);
     EXPECT_EQ(wav::decode(unsized).value(), samples);
+    EXPECT_EQ(wav::decode(file.left(file.size() - 2)).error(), u"a WAV file cut short");
+    QByteArray slow = file;
+    qToLittleEndian<quint32>(2'000, slow.data() + 24);
+    EXPECT_EQ(wav::decode(slow).error(), u"an unusable channel count or sample rate");
+    const auto found = wav::layout(file);
+    ASSERT_TRUE(found.ok());
+    EXPECT_EQ(found->dataOffset, 44);
+    EXPECT_EQ(found->dataBytes, samples.size());
 }
 
 TEST(SpeechLocale, TheUsersRegionFirstThenTheCommonOneThenAnyOfTheLanguage) {
