@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Warnings and Qt string-safety switches shared by every Quillo target.
 add_library(quillo_compile_options INTERFACE)
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any bytes as a state document: decoding never crashes, whatever decodes survives the trip
 // through its own encoding unchanged, and the document operations hold their promises on it:
 // no two-way merge loses a message id of either side, and the three-way merge settles.

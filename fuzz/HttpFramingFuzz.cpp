@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the service reads from a client before any handler runs: the request line and headers
 // (with the checks on framing, limits and routes), query parameters, and gzip bodies.
 #include "http/GzipBody.h"

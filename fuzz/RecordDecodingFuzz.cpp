@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any JSON value: decoding every record never crashes, and whatever decodes survives the trip
 // through its own encoding unchanged.
 #include "model/BotProfile.h"

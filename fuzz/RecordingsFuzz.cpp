@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any file handed to dictation as a recording: reading it never crashes; what it gives is whole
 // 16-bit samples that the meter can read and that come back unchanged through a WAV of our own.
 #include "dictation/AudioBuffer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any completion text: the parser never crashes, and a reply it gives is non-empty, within the
 // line limit and free of blank lines.
 #include "chat/ChatClient.h"

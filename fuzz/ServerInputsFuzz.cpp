@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the service reads from strangers: ID tokens, key sets, uploaded state bodies and dictated
 // recordings. None of them may crash it, an accepted upload's document bytes are a span of the
 // body that reads as a JSON object whose setup the guard against undoing it reads alike, and an

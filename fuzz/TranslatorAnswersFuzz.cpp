@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Any answer of the translate endpoints: reading it never crashes, a meaning is trimmed, never an
 // echo and has at most three distinct alternatives, a batch is exactly as long as asked for; and
 // a batch body built from any texts decodes back to them.

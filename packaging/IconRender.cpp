@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Renders the application's scalable icon to a PNG of one size, for the icon theme's fixed-size
 // folders: quillo-icon-render ICON.svg SIZE OUT.png
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "AppController.h"
 
 #include "store/AppIdentity.h"
@@ -22,7 +23,7 @@ AppController::AppController(const Clock& clock, QObject* parent)
     m_session = std::make_unique<SessionStore>(m_paths.sessionPath());
     m_api = std::make_unique<QuilloAPI>(AppIdentity::apiBaseURL());
     m_repository = std::make_unique<ChatRepository>(*m_store, *m_session, *m_api, clock);
-    m_model = std::make_unique<AppModel>(*m_repository);
+    m_navigation = std::make_unique<Navigation>(*m_repository);
 }
 
 AppController::~AppController() {
@@ -66,7 +67,7 @@ void AppController::start(AppShell& shell, bool launchedAtLogin) {
     if (quiet)
         return;
     if (!launchedAtLogin)
-        m_model->focusMostRelevantChat();
+        m_navigation->focusMostRelevantChat();
     m_shell->showMainWindow();
 }
 
@@ -84,14 +85,14 @@ void AppController::didBecomeActive() {
 }
 
 void AppController::openConversation(const QString& botId) {
-    m_model->closeSheet();
-    m_model->select(botId);
+    m_navigation->closeSheet();
+    m_navigation->select(botId);
     if (m_shell)
         m_shell->showMainWindow();
 }
 
 void AppController::openSettings() {
-    m_model->showSheet(AppModel::Sheet::Settings);
+    m_navigation->showSheet(Navigation::Sheet::Settings);
     if (m_shell)
         m_shell->showMainWindow();
 }

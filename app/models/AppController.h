@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "common/Lifetime.h"
-#include "models/AppModel.h"
+#include "models/Navigation.h"
 #include "models/NotificationPayload.h"
 #include "models/RepeatingTimers.h"
 #include "models/SelectionTranslation.h"
@@ -56,7 +57,7 @@ public:
     void notify(const BotProfile& bot, const QList<ChatMessage>& messages);
 
     ChatRepository& repository() { return *m_repository; }
-    AppModel& model() { return *m_model; }
+    Navigation& navigation() { return *m_navigation; }
     WordHover& wordHover() { return m_wordHover; }
     SelectionTranslation& selectionTranslation() { return m_selectionTranslation; }
     const QuilloAPI& api() const { return *m_api; }
@@ -80,7 +81,7 @@ private:
     std::unique_ptr<SessionStore> m_session;
     std::unique_ptr<QuilloAPI> m_api;
     std::unique_ptr<ChatRepository> m_repository;
-    std::unique_ptr<AppModel> m_model;
+    std::unique_ptr<Navigation> m_navigation;
     std::unique_ptr<RepeatingTimers> m_timers;
     WordHover m_wordHover;
     SelectionTranslation m_selectionTranslation;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "AppContext.h"
 
 #include "desktop/MicrophoneSource.h"
@@ -26,11 +27,14 @@ AppContext::AppContext(AppController& controller, Desktop desktop, QObject* pare
     , m_microphone(desktop.microphone ? std::move(desktop.microphone)
                                       : std::make_shared<MicrophoneSource>())
     , m_chats(controller.repository())
-    , m_conversation(controller.repository(), controller.model(),
+    , m_conversation(controller.repository(), controller.navigation(),
                      {*m_microphone, controller.api(), controller.session(), controller.clock()})
     , m_account(controller.repository(), m_google.get(), controller.api().baseURL())
     , m_settings(controller.repository(), m_loginItem)
-    , m_appearance(controller.repository()) {
+    , m_appearance(controller.repository())
+    , m_colorScheme(QDBusConnection::sessionBus()) {
+    connect(&m_colorScheme, &ColorSchemePortal::schemeChanged, &m_appearance,
+            &Appearance::setDesktopScheme);
     connect(&controller, &AppController::updateFound, this, &AppContext::updateChanged);
     connect(&m_notifications, &NotificationCards::activated, this, &AppContext::openConversation);
     if (desktop.bus) {
@@ -40,8 +44,8 @@ AppContext::AppContext(AppController& controller, Desktop desktop, QObject* pare
                 &AppContext::openConversation);
     }
     // A notification for the conversation just opened has nothing more to say.
-    connect(&controller.model(), &AppModel::selectionChanged, this, [this] {
-        const QString botId = m_controller.model().selectedBotId();
+    connect(&controller.navigation(), &Navigation::selectionChanged, this, [this] {
+        const QString botId = m_controller.navigation().selectedBotId();
         m_notifications.dismissFor(botId);
         if (m_desktopNotifications)
             m_desktopNotifications->withdraw(botId);
@@ -91,7 +95,7 @@ void AppContext::openSettings() {
 }
 
 void AppContext::focusMostRelevantChat() {
-    m_controller.model().focusMostRelevantChat();
+    m_controller.navigation().focusMostRelevantChat();
 }
 
 void AppContext::refresh() {
@@ -122,7 +126,7 @@ ContactDraft* AppContext::draftFor(const QString& botId) {
 }
 
 void AppContext::setWindowShown(bool shown) {
-    m_controller.model().setWindowShown(shown);
+    m_controller.navigation().setWindowShown(shown);
 }
 
 bool AppContext::handleUrl(const QUrl& url) {

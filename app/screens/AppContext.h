@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "common/Lifetime.h"
+#include "desktop/ColorSchemePortal.h"
 #include "desktop/DesktopNotifications.h"
 #include "desktop/GoogleSignIn.h"
 #include "desktop/LoginItem.h"
@@ -29,7 +31,7 @@ class AppContext : public QObject, public AppShell {
     Q_OBJECT
     QML_NAMED_ELEMENT(App)
     QML_SINGLETON
-    Q_PROPERTY(quillo::AppModel* selection READ selection CONSTANT)
+    Q_PROPERTY(quillo::Navigation* navigation READ navigation CONSTANT)
     Q_PROPERTY(quillo::ChatListModel* chats READ chats CONSTANT)
     Q_PROPERTY(quillo::ConversationScreen* conversation READ conversation CONSTANT)
     Q_PROPERTY(quillo::AccountScreen* account READ account CONSTANT)
@@ -68,7 +70,7 @@ public:
     static void setCurrent(AppContext* context);
     static AppContext* create(QQmlEngine* qml, QJSEngine* js);
 
-    AppModel* selection() { return &m_controller.model(); }
+    Navigation* navigation() { return &m_controller.navigation(); }
     ChatListModel* chats() { return &m_chats; }
     ConversationScreen* conversation() { return &m_conversation; }
     AccountScreen* account() { return &m_account; }
@@ -122,6 +124,7 @@ private:
     ProfileSettings m_settings;
     NotificationCards m_notifications;
     Appearance m_appearance;
+    ColorSchemePortal m_colorScheme;
     int m_unread = 0;
     bool m_refreshing = false;
     bool m_updateDismissed = false;

@@ -1,6 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <QDBusVariant>
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
@@ -8,8 +8,8 @@ namespace quillo {
 
 class ChatRepository;
 
-// Light or dark: the user's theme, and for "Automatic" the desktop's colour scheme as the
-// appearance portal reports it (light when no portal answers).
+// Light or dark: the user's theme, and for "Automatic" the desktop's colour scheme (light until
+// the desktop says otherwise).
 class Appearance : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -26,11 +26,7 @@ public:
 Q_SIGNALS:
     void darkChanged();
 
-private Q_SLOTS:
-    void portalSettingChanged(const QString& space, const QString& key, const QDBusVariant& value);
-
 private:
-    void askPortal();
     void update();
 
     ChatRepository& m_repository;

@@ -1,20 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ConversationScreen.h"
 
 #include "model/TextHelpers.h"
-#include "models/AppModel.h"
+#include "models/Navigation.h"
 #include "models/NotificationPayload.h"
 #include "repository/ChatRepository.h"
 
 namespace quillo {
 
-ConversationScreen::ConversationScreen(ChatRepository& repository, AppModel& selection,
+ConversationScreen::ConversationScreen(ChatRepository& repository, Navigation& selection,
                                        ComposerDictation::Services dictation, QObject* parent)
     : QObject(parent)
     , m_repository(repository)
     , m_selection(selection)
     , m_messages(repository)
     , m_dictation(dictation, repository) {
-    connect(&selection, &AppModel::selectionChanged, this, &ConversationScreen::follow);
+    connect(&selection, &Navigation::selectionChanged, this, &ConversationScreen::follow);
     connect(&repository, &ChatRepository::stateChanged, this, &ConversationScreen::contactChanged);
     connect(&repository, &ChatRepository::typingChanged, this, &ConversationScreen::typingChanged);
     connect(&repository, &ChatRepository::errorOccurred, this, &ConversationScreen::setErrorLine);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "models/MessageListModel.h"
@@ -8,7 +9,7 @@
 
 namespace quillo {
 
-class AppModel;
+class Navigation;
 class ChatRepository;
 
 // The open conversation: its contact's header, its messages, whether a reply is being
@@ -33,7 +34,7 @@ class ConversationScreen : public QObject {
     Q_PROPERTY(quillo::ComposerDictation* dictation READ dictation CONSTANT)
 
 public:
-    ConversationScreen(ChatRepository& repository, AppModel& selection,
+    ConversationScreen(ChatRepository& repository, Navigation& selection,
                        ComposerDictation::Services dictation, QObject* parent = nullptr);
 
     const QString& botId() const { return m_messages.botId(); }
@@ -64,7 +65,7 @@ private:
     void setErrorLine(const QString& line);
 
     ChatRepository& m_repository;
-    AppModel& m_selection;
+    Navigation& m_selection;
     MessageListModel m_messages;
     ComposerDictation m_dictation;
     QString m_errorLine;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "DesktopApp.h"
 
 #include "desktop/LoginItem.h"
@@ -133,7 +134,7 @@ void DesktopApp::showWindowIfHidden() {
 }
 
 void DesktopApp::open() {
-    m_controller.model().focusMostRelevantChat();
+    m_controller.navigation().focusMostRelevantChat();
     m_context.showMainWindow();
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cold start of the desktop application: from starting the `quillo` process code to the first
 // frame of its main window, and the resident memory once the largest conversation is open,
 // for an empty document and for one of 10,000 messages, measured side by side in one run.
@@ -51,7 +52,7 @@ int runChild(int argc, char** argv) {
                     largest = it.key();
             }
             if (!largest.isEmpty())
-                app.controller().model().select(largest);
+                app.controller().navigation().select(largest);
             window->update();
         } else if (frames == 3) {
             std::printf("rss %lld layouts %d\n", static_cast<long long>(bench::residentBytes()),

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the forgiving reply path costs over a plain strict parse of the same completion.
 #include "../BenchRatios.h"
 

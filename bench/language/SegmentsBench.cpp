@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What laying out a contact's message costs the main thread: the word break alone against
 // segments plus a reading for every segment (what the message view does with readings on),
 // per 200-character message in Japanese, Chinese and Russian, and for a conversation of 100

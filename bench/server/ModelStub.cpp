@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An OpenAI-compatible model that always gives the same short reply after a fixed delay, for
 // measuring the service under load: quillo-model-stub PORT [DELAY_MS]
 #include <httplib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The user document at 1,000, 10,000 and 100,000 messages: loading against a plain parse of the
 // same bytes, what one edit costs the main thread, what the writer pays against a plain write,
 // and peak memory against the file's size.

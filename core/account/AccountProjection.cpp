@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "AccountProjection.h"
 
 #include "model/DocumentWriter.h"

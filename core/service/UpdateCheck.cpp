@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "UpdateCheck.h"
 
 #include "model/JsonCodec.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "models/AppController.h"
 #include "server/ServerTestSupport.h"
 #include "support/ManualClock.h"
@@ -76,7 +77,7 @@ TEST_F(AppControllerTest, ALoginLaunchOfASetUpUserStaysInTheTrayWithTheUnreadCou
     controller.start(shell, true);
     EXPECT_EQ(shell.windowShown, 0);
     EXPECT_EQ(shell.unread, QList<int>{1});
-    EXPECT_TRUE(controller.model().selectedBotId().isEmpty());
+    EXPECT_TRUE(controller.navigation().selectedBotId().isEmpty());
 }
 
 TEST_F(AppControllerTest, AnOrdinaryLaunchOpensTheChatThatWaitsForAnAnswer) {
@@ -84,7 +85,7 @@ TEST_F(AppControllerTest, AnOrdinaryLaunchOpensTheChatThatWaitsForAnAnswer) {
     AppController controller(appClock);
     controller.start(shell, false);
     EXPECT_EQ(shell.windowShown, 1);
-    EXPECT_EQ(controller.model().selectedBotId(), u"lucia");
+    EXPECT_EQ(controller.navigation().selectedBotId(), u"lucia");
     EXPECT_EQ(shell.unread.last(), 0);
 }
 
@@ -107,10 +108,10 @@ TEST_F(AppControllerTest, ANotificationOpensItsConversationAndQuittingWritesTheL
         EXPECT_EQ(shell.notifications[0].body, u"¿Qué tal?");
 
         controller.openSettings();
-        EXPECT_EQ(controller.model().sheet(), AppModel::Sheet::Settings);
+        EXPECT_EQ(controller.navigation().sheet(), Navigation::Sheet::Settings);
         controller.openConversation(shell.notifications[0].botId);
-        EXPECT_EQ(controller.model().selectedBotId(), u"lucia");
-        EXPECT_EQ(controller.model().sheet(), AppModel::Sheet::None);
+        EXPECT_EQ(controller.navigation().selectedBotId(), u"lucia");
+        EXPECT_EQ(controller.navigation().sheet(), Navigation::Sheet::None);
         EXPECT_EQ(shell.windowShown, 2);
 
         controller.repository().addUserMessage(QStringLiteral("kenji"), QStringLiteral("hola"));

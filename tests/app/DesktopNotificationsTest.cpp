@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "desktop/DesktopNotifications.h"
 #include "EventsUntil.h"
 #include "NotificationServer.h"

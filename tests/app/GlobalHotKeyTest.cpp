@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "desktop/GlobalHotKey.h"
 #include "EventsUntil.h"
 #include "VirtualDisplay.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "desktop/GoogleSignIn.h"
 #include "GoogleFixture.h"
 #include "common/WaitForResult.h"

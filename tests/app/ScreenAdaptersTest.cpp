@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "AppModelsFixture.h"
 #include "desktop/LoginItem.h"
 #include "dictation/WavFileSource.h"

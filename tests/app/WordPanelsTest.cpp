@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "common/Clock.h"
 #include "models/SelectionTranslation.h"
 #include "models/WordHover.h"

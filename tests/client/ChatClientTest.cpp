@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "chat/ChatClient.h"
 #include "support/LoopbackServer.h"
 #include "support/ManualClock.h"

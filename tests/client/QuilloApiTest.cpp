@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "service/QuilloAPI.h"
 #include "server/ServerTestSupport.h"
 #include "server/TranscribeFixture.h"

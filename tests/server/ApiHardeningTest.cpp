@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a client on the network can make the service do, tried as an attacker would: every
 // request here is refused, or answered at the cost of an ordinary one, and the service carries
 // on. Each socket wait is bounded, so a service that fails a case fails the test, not the run.

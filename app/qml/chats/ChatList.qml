@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -109,8 +110,8 @@ Rectangle {
 
             delegate: ChatRow {
                 width: ListView.view.width
-                selected: botId === App.selection.selectedBotId
-                onClicked: App.selection.select(botId)
+                selected: botId === App.navigation.selectedBotId
+                onClicked: App.navigation.select(botId)
                 onEditRequested: sidebar.editContact(botId)
             }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -29,7 +30,7 @@ Rectangle {
     }
 
     Connections {
-        target: App.selection
+        target: App.navigation
         function onSelectionChanged() {
             view.clearPanels();
             composer.text = "";

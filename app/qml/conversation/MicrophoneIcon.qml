@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import QtQuick
 
 // A microphone drawn in the text colour, so it needs no icon font: the capsule, the cradle

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -31,10 +32,10 @@ Item {
             ChatList {
                 Layout.preferredWidth: Theme.sidebarWidth
                 Layout.fillHeight: true
-                onNewContact: App.selection.showSheet(AppModel.NewContact)
+                onNewContact: App.navigation.showSheet(Navigation.NewContact)
                 onEditContact: botId => {
                     main.editedBotId = botId;
-                    App.selection.showSheet(AppModel.EditContact);
+                    App.navigation.showSheet(Navigation.EditContact);
                 }
             }
             Rectangle {
@@ -45,7 +46,7 @@ Item {
             Loader {
                 Layout.fillWidth: true
                 Layout.fillHeight: true
-                sourceComponent: App.selection.selectedBotId.length > 0 ? conversation : nothingOpen
+                sourceComponent: App.navigation.selectedBotId.length > 0 ? conversation : nothingOpen
             }
         }
     }
@@ -55,8 +56,8 @@ Item {
         ConversationView {
             objectName: "conversationView"
             onEditContact: {
-                main.editedBotId = App.selection.selectedBotId;
-                App.selection.showSheet(AppModel.EditContact);
+                main.editedBotId = App.navigation.selectedBotId;
+                App.navigation.showSheet(Navigation.EditContact);
             }
         }
     }
@@ -75,19 +76,19 @@ Item {
     Popup {
         id: sheet
         objectName: "sheet"
-        readonly property int kind: App.selection.sheet
+        readonly property int kind: App.navigation.sheet
         parent: Overlay.overlay
         anchors.centerIn: parent
         width: Math.min(640, main.width - 64)
         height: main.height - 64
         modal: true
         padding: 0
-        visible: kind !== AppModel.None
+        visible: kind !== Navigation.None
         closePolicy: Popup.CloseOnEscape
         Overlay.modal: Rectangle {
             color: Theme.dark ? "#99000000" : "#55000000"
         }
-        onClosed: App.selection.closeSheet()
+        onClosed: App.navigation.closeSheet()
         background: Rectangle {
             radius: Theme.radius
             color: Theme.window
@@ -95,22 +96,22 @@ Item {
         }
         contentItem: Loader {
             clip: true
-            sourceComponent: sheet.kind === AppModel.Settings ? settingsSheet : sheet.kind === AppModel.None ? null : contactEditor
+            sourceComponent: sheet.kind === Navigation.Settings ? settingsSheet : sheet.kind === Navigation.None ? null : contactEditor
         }
     }
     Component {
         id: settingsSheet
         SettingsSheet {
             objectName: "settingsSheet"
-            onDone: App.selection.closeSheet()
+            onDone: App.navigation.closeSheet()
         }
     }
     Component {
         id: contactEditor
         ContactEditor {
             objectName: "contactEditor"
-            draft: App.draftFor(App.selection.sheet === AppModel.EditContact ? main.editedBotId : "")
-            onDone: App.selection.closeSheet()
+            draft: App.draftFor(App.navigation.sheet === Navigation.EditContact ? main.editedBotId : "")
+            onDone: App.navigation.closeSheet()
         }
     }
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "../NotificationServer.h"
 #include "../PrivateBus.h"
 #include "ScreensFixture.h"
@@ -21,7 +22,7 @@ TEST_F(ScreensRenderTest, TypingInTheComposerEndsWithTheContactsReplyOnScreen) {
         QStringLiteral(R"({"message":"¡Qué bien! ¿Y qué tal el fin de semana?","remember":""})")));
     seed(seededDocument());
     ASSERT_NO_FATAL_FAILURE(launch());
-    controller->model().select(spanishId);
+    controller->navigation().select(spanishId);
     QQuickItem* input = nullptr;
     ASSERT_TRUE(spinUntil([&] { return (input = item(QStringLiteral("composerInput"))); }));
     input->forceActiveFocus();
@@ -71,7 +72,7 @@ TEST_F(ScreensRenderTest, SpeakingIntoTheMicrophoneFillsTheComposer) {
     auto microphone = std::make_shared<WavFileSource>(samples, &appClock);
     desktop.microphone = microphone;
     ASSERT_NO_FATAL_FAILURE(launch(std::move(desktop)));
-    controller->model().select(spanishId);
+    controller->navigation().select(spanishId);
     QQuickItem* input = nullptr;
     ASSERT_TRUE(spinUntil([&] { return (input = item(QStringLiteral("composerInput"))); }));
     input->setProperty("text", QStringLiteral("Mira:"));
@@ -178,10 +179,10 @@ TEST_F(ScreensRenderTest, AReplyForAChatNotOnScreenRaisesANotificationAndTheUnre
     model.hold();
     seed(seededDocument());
     ASSERT_NO_FATAL_FAILURE(launch());
-    controller->model().select(russianId);
+    controller->navigation().select(russianId);
     ASSERT_TRUE(context->conversation()->send(QStringLiteral("Всё хорошо")));
     // The user moves on to another chat while the reply is written.
-    controller->model().select(spanishId);
+    controller->navigation().select(spanishId);
     ASSERT_TRUE(spinUntil([this] { return context->conversation()->botId() == spanishId; }));
     const int unreadBefore = context->unread();
     spinUntil([] { return false; }, 10, 100); // the client's pacing slot passes
@@ -207,7 +208,7 @@ TEST_F(ScreensRenderTest, AReplyForAChatNotOnScreenRaisesANotificationAndTheUnre
 
     // Activating the card opens that conversation, which reads it.
     context->notifications()->activate(0);
-    EXPECT_EQ(controller->model().selectedBotId(), russianId);
+    EXPECT_EQ(controller->navigation().selectedBotId(), russianId);
     EXPECT_EQ(context->unread(), unreadBefore);
     EXPECT_EQ(context->notifications()->rowCount(), 0);
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
@@ -230,9 +231,9 @@ TEST_F(ScreensRenderTest,
     AppContext::Desktop desktop;
     desktop.bus = bus.connect(QStringLiteral("quillo"));
     ASSERT_NO_FATAL_FAILURE(launch(std::move(desktop)));
-    controller->model().select(russianId);
+    controller->navigation().select(russianId);
     ASSERT_TRUE(context->conversation()->send(QStringLiteral("Всё хорошо")));
-    controller->model().select(spanishId);
+    controller->navigation().select(spanishId);
     ASSERT_TRUE(spinUntil([this] { return context->conversation()->botId() == spanishId; }));
     spinUntil([] { return false; }, 10, 100); // the client's pacing slot passes
     ASSERT_TRUE(model.waitForHeld(1));
@@ -251,7 +252,7 @@ TEST_F(ScreensRenderTest,
     invoked << server.lastId << QStringLiteral("default");
     desktopSide.send(invoked);
     ASSERT_TRUE(
-        spinUntil([this] { return controller->model().selectedBotId() == russianId; }, 2000));
+        spinUntil([this] { return controller->navigation().selectedBotId() == russianId; }, 2000));
     EXPECT_TRUE(spinUntil([this] { return window()->isVisible(); }));
     // Read now.
     const int row = context->chats()->rowOf(russianId);
@@ -275,7 +276,7 @@ TEST_F(ScreensRenderTest, ScrollingALongConversationLaysOutOnlyTheMessagesOnScre
     ASSERT_NO_FATAL_FAILURE(launch());
     const MessageListModel& shown = *context->conversation()->messages();
     const int builtBefore = shown.layoutsBuilt();
-    controller->model().select(spanishId);
+    controller->navigation().select(spanishId);
     ASSERT_TRUE(spinUntil([&] { return bubbles() > 0; }));
     QQuickItem* list = item(QStringLiteral("messageList"));
     ASSERT_NE(list, nullptr);
@@ -305,7 +306,7 @@ TEST_F(ScreensRenderTest, AFailedReplyIsSaidOnceUnderTheMessagesAndGoesWithTheNe
     model.setDefault(ModelFixture::status(500));
     seed(seededDocument());
     ASSERT_NO_FATAL_FAILURE(launch());
-    controller->model().select(spanishId);
+    controller->navigation().select(spanishId);
     ASSERT_TRUE(context->conversation()->send(QStringLiteral("¿Estás?")));
     QQuickItem* line = item(QStringLiteral("errorLine"));
     ASSERT_NE(line, nullptr);

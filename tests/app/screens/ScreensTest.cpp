@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "../GoogleFixture.h"
 #include "../NotificationServer.h"
 #include "../PrivateBus.h"
@@ -25,7 +26,7 @@ TEST_F(ScreensRenderTest, EveryScreenOfASetUpUserRendersWithoutWarnings) {
     ASSERT_NO_FATAL_FAILURE(launch());
 
     // The newest unread conversation opens first.
-    EXPECT_EQ(controller->model().selectedBotId(), japaneseId);
+    EXPECT_EQ(controller->navigation().selectedBotId(), japaneseId);
     EXPECT_EQ(textOf(item(QStringLiteral("conversationName"))), QStringLiteral("Yui Tanaka"));
     ASSERT_TRUE(spinUntil([this] { return wordItem(QStringLiteral("ありがとう")) != nullptr; }));
     // Japanese shows its reading line over the kana words.
@@ -35,10 +36,10 @@ TEST_F(ScreensRenderTest, EveryScreenOfASetUpUserRendersWithoutWarnings) {
     EXPECT_TRUE(readings.contains(QStringLiteral("arigatou"))) << readings.join(u' ').toStdString();
     grab(QStringLiteral("chats-japanese"));
 
-    controller->model().select(russianId);
+    controller->navigation().select(russianId);
     ASSERT_TRUE(spinUntil([this] { return wordItem(QStringLiteral("неделя")) != nullptr; }));
     grab(QStringLiteral("chats-russian"));
-    controller->model().select(spanishId);
+    controller->navigation().select(spanishId);
     ASSERT_TRUE(spinUntil([this] { return wordItem(QStringLiteral("música")) != nullptr; }));
     grab(QStringLiteral("chats-spanish"));
 
@@ -58,21 +59,21 @@ TEST_F(ScreensRenderTest, EveryScreenOfASetUpUserRendersWithoutWarnings) {
                                flickable->property("contentHeight").toReal() - flickable->height());
         grab(QStringLiteral("settings-account"));
     }
-    controller->model().closeSheet();
+    controller->navigation().closeSheet();
 
-    controller->model().showSheet(AppModel::Sheet::NewContact);
+    controller->navigation().showSheet(Navigation::Sheet::NewContact);
     ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("contactEditor")) != nullptr; }));
     grab(QStringLiteral("contact-new"));
-    controller->model().closeSheet();
+    controller->navigation().closeSheet();
     ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("contactEditor")) == nullptr; }));
 
-    controller->model().select(japaneseId);
+    controller->navigation().select(japaneseId);
     QMetaObject::invokeMethod(item(QStringLiteral("conversationView")), "editContact");
     ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("contactEditor")) != nullptr; }));
     EXPECT_EQ(textOf(item(QStringLiteral("noMemories"))).isEmpty(), false);
     EXPECT_FALSE(item(QStringLiteral("noMemories"))->isVisible()) << "Yui remembers something";
     grab(QStringLiteral("contact-edit"));
-    controller->model().closeSheet();
+    controller->navigation().closeSheet();
 
     controller->repository().setTheme(ThemeChoice::Dark);
     ASSERT_TRUE(spinUntil([this] { return context->appearance()->dark(); }));
@@ -123,7 +124,8 @@ TEST_F(ScreensRenderTest, SigningInWithAnAccessCodeLeadsThroughOnboardingToTheCh
         << ", signed in: " << context->account()->signedIn();
     EXPECT_EQ(context->chats()->rowCount(), 2);
     EXPECT_TRUE(controller->repository().state().profile.setupCompleted);
-    EXPECT_FALSE(controller->model().selectedBotId().isEmpty()) << "a chat is open to start with";
+    EXPECT_FALSE(controller->navigation().selectedBotId().isEmpty())
+        << "a chat is open to start with";
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
 

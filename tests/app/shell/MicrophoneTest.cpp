@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "../EventsUntil.h"
 #include "desktop/MicrophoneSource.h"
 

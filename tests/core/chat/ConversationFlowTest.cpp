@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "repository/ChatRepository.h"
 #include "service/QuilloAPI.h"
 #include "store/SessionStore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "TestRecords.h"
 #include "model/Identifiers.h"
 #include "model/StarterBots.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "dictation/AudioBuffer.h"
 #include "dictation/SpeechLocale.h"
 #include "dictation/WavFile.h"

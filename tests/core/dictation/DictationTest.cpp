@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "dictation/Dictation.h"
 #include "common/Clock.h"
 #include "dictation/Recognizer.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "model/CefrLevel.h"
 #include "model/ConversationStyle.h"
 #include "model/MessageRole.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "model/BotProfile.h"
 #include "model/ChatMessage.h"
 #include "model/Identifiers.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Saves a fixed sequence of documents into a state store until it is killed, reporting its
 // progress on stdout so that the crash test can kill it at chosen points:
 //

@@ -1,4 +1,5 @@
-#include "AppModel.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "Navigation.h"
 
 #include "repository/ChatRepository.h"
 
@@ -6,7 +7,7 @@
 
 namespace quillo {
 
-AppModel::AppModel(ChatRepository& repository, QObject* parent)
+Navigation::Navigation(ChatRepository& repository, QObject* parent)
     : QObject(parent)
     , m_repository(repository) {
     // A conversation whose contact is removed closes.
@@ -16,7 +17,7 @@ AppModel::AppModel(ChatRepository& repository, QObject* parent)
     });
 }
 
-std::optional<QString> AppModel::mostRelevantChat(const StoredState& state) {
+std::optional<QString> Navigation::mostRelevantChat(const StoredState& state) {
     QHash<QString, qint64> newestUnread;
     QHash<QString, qint64> newest;
     for (const ChatMessage& message : state.messages) {
@@ -54,30 +55,30 @@ std::optional<QString> AppModel::mostRelevantChat(const StoredState& state) {
     return std::nullopt;
 }
 
-void AppModel::select(const QString& botId) {
+void Navigation::select(const QString& botId) {
     if (!m_repository.state().bot(botId))
         return;
     setSelected(botId);
     m_repository.openConversation(botId);
 }
 
-void AppModel::clearSelection() {
+void Navigation::clearSelection() {
     setSelected(std::nullopt);
 }
 
-void AppModel::focusMostRelevantChat() {
+void Navigation::focusMostRelevantChat() {
     if (const auto botId = mostRelevantChat(m_repository.state()))
         select(*botId);
 }
 
-void AppModel::showSheet(Sheet sheet) {
+void Navigation::showSheet(Sheet sheet) {
     if (m_sheet == sheet)
         return;
     m_sheet = sheet;
     Q_EMIT sheetChanged();
 }
 
-void AppModel::setSelected(std::optional<QString> botId) {
+void Navigation::setSelected(std::optional<QString> botId) {
     if (m_selected == botId)
         return;
     m_selected = std::move(botId);
@@ -85,7 +86,7 @@ void AppModel::setSelected(std::optional<QString> botId) {
     Q_EMIT selectionChanged();
 }
 
-void AppModel::setWindowShown(bool shown) {
+void Navigation::setWindowShown(bool shown) {
     if (shown == m_windowShown)
         return;
     m_windowShown = shown;

@@ -1,4 +1,5 @@
-#include "models/AppModel.h"
+// SPDX-License-Identifier: Apache-2.0
+#include "models/Navigation.h"
 #include "AppModelsFixture.h"
 
 #include <QSignalSpy>
@@ -8,33 +9,33 @@ using namespace quillo::apptest;
 
 namespace {
 
-using AppModelTest = AppModelsTest;
+using NavigationTest = AppModelsTest;
 
-TEST_F(AppModelTest, TheMostRelevantChatIsTheNewestUnreadThenTheLatestThenTheFirstActive) {
+TEST_F(NavigationTest, TheMostRelevantChatIsTheNewestUnreadThenTheLatestThenTheFirstActive) {
     StoredState state;
     state.bots = {contact(QStringLiteral("ana"), false), contact(QStringLiteral("ben")),
                   contact(QStringLiteral("cai"))};
-    EXPECT_EQ(AppModel::mostRelevantChat(state), QStringLiteral("ben"));
+    EXPECT_EQ(Navigation::mostRelevantChat(state), QStringLiteral("ben"));
 
     state.messages.append(message(QStringLiteral("cai"), MessageRole::User, 500));
-    EXPECT_EQ(AppModel::mostRelevantChat(state), QStringLiteral("cai"));
+    EXPECT_EQ(Navigation::mostRelevantChat(state), QStringLiteral("cai"));
 
     state.messages.append(message(QStringLiteral("ana"), MessageRole::Assistant, 100));
     state.messages.append(message(QStringLiteral("ben"), MessageRole::Assistant, 300));
-    EXPECT_EQ(AppModel::mostRelevantChat(state), QStringLiteral("ben"));
+    EXPECT_EQ(Navigation::mostRelevantChat(state), QStringLiteral("ben"));
     state.lastReadAt.insert(QStringLiteral("ben"), 300);
-    EXPECT_EQ(AppModel::mostRelevantChat(state), QStringLiteral("ana"));
+    EXPECT_EQ(Navigation::mostRelevantChat(state), QStringLiteral("ana"));
 
-    EXPECT_FALSE(AppModel::mostRelevantChat(StoredState()));
+    EXPECT_FALSE(Navigation::mostRelevantChat(StoredState()));
 }
 
-TEST_F(AppModelTest, SelectingAChatReadsItAndARemovedContactClosesIt) {
+TEST_F(NavigationTest, SelectingAChatReadsItAndARemovedContactClosesIt) {
     StoredState seed;
     seed.bots = {contact(QStringLiteral("ana")), contact(QStringLiteral("ben"))};
     seed.messages.append(message(QStringLiteral("ben"), MessageRole::Assistant, 100));
     open(seed);
-    AppModel model(*repository);
-    QSignalSpy selections(&model, &AppModel::selectionChanged);
+    Navigation model(*repository);
+    QSignalSpy selections(&model, &Navigation::selectionChanged);
 
     clock.set(1'000);
     model.focusMostRelevantChat();
@@ -47,12 +48,12 @@ TEST_F(AppModelTest, SelectingAChatReadsItAndARemovedContactClosesIt) {
     repository->removeBots({QStringLiteral("ben")});
     EXPECT_TRUE(model.selectedBotId().isEmpty());
 
-    QSignalSpy sheets(&model, &AppModel::sheetChanged);
-    model.showSheet(AppModel::Sheet::Settings);
-    model.showSheet(AppModel::Sheet::Settings);
+    QSignalSpy sheets(&model, &Navigation::sheetChanged);
+    model.showSheet(Navigation::Sheet::Settings);
+    model.showSheet(Navigation::Sheet::Settings);
     model.closeSheet();
     EXPECT_EQ(sheets.size(), 2);
-    EXPECT_EQ(model.sheet(), AppModel::Sheet::None);
+    EXPECT_EQ(model.sheet(), Navigation::Sheet::None);
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <QObject>
@@ -13,7 +14,7 @@ struct StoredState;
 
 // What the main window shows: the conversation on screen and the sheet above it. Selecting a
 // conversation tells the repository, so that its replies arrive read and without notification.
-class AppModel : public QObject {
+class Navigation : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The application owns its model")
@@ -24,7 +25,7 @@ public:
     enum class Sheet { None, Settings, NewContact, EditContact };
     Q_ENUM(Sheet)
 
-    explicit AppModel(ChatRepository& repository, QObject* parent = nullptr);
+    explicit Navigation(ChatRepository& repository, QObject* parent = nullptr);
 
     // Empty when no conversation is open.
     QString selectedBotId() const { return m_selected.value_or(QString()); }
@@ -36,7 +37,7 @@ public:
     // Opens the conversation the user most likely wants now (see mostRelevantChat).
     Q_INVOKABLE void focusMostRelevantChat();
 
-    Q_INVOKABLE void showSheet(quillo::AppModel::Sheet sheet);
+    Q_INVOKABLE void showSheet(quillo::Navigation::Sheet sheet);
     Q_INVOKABLE void closeSheet() { showSheet(Sheet::None); }
 
     // Whether the main window is on screen: a hidden window shows no conversation, so its
