@@ -134,7 +134,11 @@ Result<QByteArray, QString> decode(const QByteArray& file) {
     mono.reserve(frames * 2);
     for (qsizetype i = 0; i < frames; ++i)
         mono.append(file.constData() + found->dataOffset + i * frameBytes, 2);
-    return resampled(mono, quint32(found->sampleRate));
+    QByteArray samples = resampled(mono, quint32(found->sampleRate));
+    // A few frames at a high rate can be shorter than one sample at dictation's rate.
+    if (samples.isEmpty())
+        return QStringLiteral("a WAV file without samples");
+    return samples;
 }
 
 } // namespace quillo::wav

@@ -81,6 +81,10 @@ TEST(WavFile, DictationAudioRoundTripsAndOtherRecordingsAreConverted) {
     QByteArray slow = file;
     qToLittleEndian<quint32>(2'000, slow.data() + 24);
     EXPECT_EQ(wav::decode(slow).error(), u"an unusable channel count or sample rate");
+    // One frame at 384 kHz is shorter than one sample at 16 kHz: nothing to hear.
+    QByteArray blink = wav::encode(sine(0.5, 1));
+    qToLittleEndian<quint32>(384'000, blink.data() + 24);
+    EXPECT_EQ(wav::decode(blink).error(), u"a WAV file without samples");
     const auto found = wav::layout(file);
     ASSERT_TRUE(found.ok());
     EXPECT_EQ(found->dataOffset, 44);
