@@ -42,21 +42,22 @@ void AppController::start(AppShell& shell, bool launchedAtLogin) {
     m_shell = &shell;
     ChatRepository* repository = m_repository.get();
     m_wordHover.wire([repository](QString messageId, QString word, QString language) {
-        repository->prefetchWords(messageId);
-        return repository->translate(language, word);
+        repository->glossing().prefetchWords(messageId);
+        return repository->glossing().translate(language, word);
     });
     m_selectionTranslation.wire([repository](QString language, QString text) {
-        return repository->translate(language, text);
+        return repository->glossing().translate(language, text);
     });
     connect(m_repository.get(), &ChatRepository::stateChanged, this,
             [this](const StoredState& state) { m_shell->setUnread(totalUnread(state)); });
     m_shell->setUnread(totalUnread(m_repository->state()));
-    m_repository->setOnIncoming([this](const BotProfile& bot, const QList<ChatMessage>& messages) {
-        notify(bot, messages);
-    });
+    m_repository->conversation().setOnIncoming(
+        [this](const BotProfile& bot, const QList<ChatMessage>& messages) {
+            notify(bot, messages);
+        });
     m_timers = std::make_unique<RepeatingTimers>(
-        m_clock, [repository](qint64 now) { return repository->runScheduledNudges(now); },
-        [repository] { return repository->refresh(); });
+        m_clock, [repository](qint64 now) { return repository->nudges().run(now); },
+        [repository] { return repository->synchronisation().refresh(); });
     m_timers->start();
     checkForUpdate();
 
@@ -76,12 +77,12 @@ void AppController::stop() {
         m_timers->stop();
     m_selectionTranslation.clear();
     m_wordHover.hide();
-    m_repository->setVisibleBotId(std::nullopt);
+    m_repository->conversation().setVisibleBotId(std::nullopt);
     m_repository->flush();
 }
 
 void AppController::didBecomeActive() {
-    m_repository->refresh();
+    m_repository->synchronisation().refresh();
 }
 
 void AppController::openConversation(const QString& botId) {

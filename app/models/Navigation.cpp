@@ -59,7 +59,7 @@ void Navigation::select(const QString& botId) {
     if (!m_repository.state().bot(botId))
         return;
     setSelected(botId);
-    m_repository.openConversation(botId);
+    m_repository.editing().openConversation(botId);
 }
 
 void Navigation::clearSelection() {
@@ -82,7 +82,7 @@ void Navigation::setSelected(std::optional<QString> botId) {
     if (m_selected == botId)
         return;
     m_selected = std::move(botId);
-    m_repository.setVisibleBotId(m_windowShown ? m_selected : std::nullopt);
+    m_repository.conversation().setVisibleBotId(m_windowShown ? m_selected : std::nullopt);
     Q_EMIT selectionChanged();
 }
 
@@ -90,10 +90,10 @@ void Navigation::setWindowShown(bool shown) {
     if (shown == m_windowShown)
         return;
     m_windowShown = shown;
-    m_repository.setVisibleBotId(m_windowShown ? m_selected : std::nullopt);
+    m_repository.conversation().setVisibleBotId(m_windowShown ? m_selected : std::nullopt);
     // Coming back to an open conversation reads what arrived meanwhile.
     if (m_windowShown && m_selected)
-        m_repository.openConversation(*m_selected);
+        m_repository.editing().openConversation(*m_selected);
 }
 
 } // namespace quillo

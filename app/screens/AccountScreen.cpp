@@ -58,7 +58,7 @@ QString AccountScreen::email() const {
 }
 
 QString AccountScreen::returningEmail() const {
-    return m_repository.returningEmail().value_or(QString());
+    return m_repository.accounts().returningEmail().value_or(QString());
 }
 
 void AccountScreen::signInWithCode(const QString& code) {
@@ -83,7 +83,7 @@ QCoro::Task<> AccountScreen::signingIn(QString code) {
     const Lifetime::Watch alive = m_lifetime.watch();
     setFailureLine({});
     setBusy(true);
-    auto request = m_repository.signInWithCode(code);
+    auto request = m_repository.accounts().signInWithCode(code);
     const AccountFlows::Outcome outcome = co_await request;
     if (!alive.ended())
         finishSignIn(outcome);
@@ -103,7 +103,7 @@ QCoro::Task<> AccountScreen::signingInWithGoogle() {
         setFailureLine(token.error().message);
         co_return;
     }
-    auto request = m_repository.signIn(token.value());
+    auto request = m_repository.accounts().signIn(token.value());
     const AccountFlows::Outcome outcome = co_await request;
     if (!alive.ended())
         finishSignIn(outcome);
@@ -118,7 +118,7 @@ void AccountScreen::finishSignIn(const AccountFlows::Outcome& outcome) {
 QCoro::Task<> AccountScreen::signingOut() {
     const Lifetime::Watch alive = m_lifetime.watch();
     setBusy(true);
-    auto request = m_repository.signOut();
+    auto request = m_repository.accounts().signOut();
     co_await request;
     if (!alive.ended())
         setBusy(false);
@@ -128,7 +128,7 @@ QCoro::Task<> AccountScreen::deleting() {
     const Lifetime::Watch alive = m_lifetime.watch();
     setDeleteFailureLine({});
     setBusy(true);
-    auto request = m_repository.deleteAccount();
+    auto request = m_repository.accounts().deleteAccount();
     const AccountFlows::Outcome outcome = co_await request;
     if (alive.ended())
         co_return;

@@ -106,7 +106,7 @@ void AppContext::refresh() {
 QCoro::Task<> AppContext::refreshing(Lifetime::Watch alive) {
     m_refreshing = true;
     Q_EMIT refreshingChanged();
-    auto refresh = m_controller.repository().refresh();
+    auto refresh = m_controller.repository().synchronisation().refresh();
     co_await refresh;
     if (alive.ended())
         co_return;

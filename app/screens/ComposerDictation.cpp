@@ -58,7 +58,7 @@ QString ComposerDictation::language() const {
 
 void ComposerDictation::setLanguage(const QString& language) {
     // Picking the conversation's own language goes back to following each conversation.
-    m_repository.setSpeechLanguage(language == contactLanguage() ? QString() : language);
+    m_repository.editing().setSpeechLanguage(language == contactLanguage() ? QString() : language);
 }
 
 void ComposerDictation::setBotId(const QString& botId) {

@@ -160,26 +160,26 @@ void ContactDraft::save() {
     if (!canSave())
         return;
     const BotProfile bot = edited();
-    m_repository.saveBot(bot);
+    m_repository.editing().saveBot(bot);
     // The language's settings exist once a contact practises it.
     if (readingAvailable()) {
         LanguageSettings settings = m_repository.state().profile.settings(bot.currentLanguage());
         settings.showsRomanization = m_showsReading;
-        m_repository.saveLanguage(settings);
+        m_repository.editing().saveLanguage(settings);
     }
 }
 
 void ContactDraft::remove() {
     if (!m_isNew)
-        m_repository.removeBots({m_bot.id});
+        m_repository.editing().removeBots({m_bot.id});
 }
 
 void ContactDraft::forget(const QString& memory) {
-    m_repository.forget(m_bot.id, memory);
+    m_repository.editing().forget(m_bot.id, memory);
 }
 
 void ContactDraft::forgetEverything() {
-    m_repository.forget(m_bot.id);
+    m_repository.editing().forget(m_bot.id);
 }
 
 } // namespace quillo

@@ -71,7 +71,7 @@ bool ConversationScreen::send(const QString& text) {
     if (trimmed.isEmpty() || botId().isEmpty())
         return false;
     setErrorLine({});
-    m_repository.send(botId(), trimmed);
+    m_repository.conversation().send(botId(), trimmed);
     return true;
 }
 
@@ -80,7 +80,7 @@ void ConversationScreen::dismissError() {
 }
 
 void ConversationScreen::prefetch(const QString& messageId) {
-    m_repository.prefetchWords(messageId);
+    m_repository.glossing().prefetchWords(messageId);
 }
 
 void ConversationScreen::setErrorLine(const QString& line) {

@@ -27,7 +27,8 @@ QString ProfileSettings::displayName() const {
 }
 
 void ProfileSettings::setDisplayName(const QString& name) {
-    m_repository.saveProfile([name](UserProfile& profile) { profile.displayName = name; });
+    m_repository.editing().saveProfile(
+        [name](UserProfile& profile) { profile.displayName = name; });
 }
 
 QString ProfileSettings::nativeLanguage() const {
@@ -35,7 +36,7 @@ QString ProfileSettings::nativeLanguage() const {
 }
 
 void ProfileSettings::setNativeLanguage(const QString& language) {
-    m_repository.saveProfile(
+    m_repository.editing().saveProfile(
         [language](UserProfile& profile) { profile.nativeLanguage = language; });
 }
 
@@ -44,7 +45,7 @@ QString ProfileSettings::about() const {
 }
 
 void ProfileSettings::setAbout(const QString& about) {
-    m_repository.saveProfile([about](UserProfile& profile) { profile.about = about; });
+    m_repository.editing().saveProfile([about](UserProfile& profile) { profile.about = about; });
 }
 
 QString ProfileSettings::interests() const {
@@ -52,7 +53,7 @@ QString ProfileSettings::interests() const {
 }
 
 void ProfileSettings::setInterests(const QString& interests) {
-    m_repository.saveProfile(
+    m_repository.editing().saveProfile(
         [list = parseList(interests)](UserProfile& profile) { profile.interests = list; });
 }
 
@@ -61,7 +62,8 @@ bool ProfileSettings::progressiveDifficulty() const {
 }
 
 void ProfileSettings::setProgressiveDifficulty(bool on) {
-    m_repository.saveProfile([on](UserProfile& profile) { profile.progressiveDifficulty = on; });
+    m_repository.editing().saveProfile(
+        [on](UserProfile& profile) { profile.progressiveDifficulty = on; });
 }
 
 QVariantList ProfileSettings::languages() const {
@@ -81,7 +83,7 @@ bool ProfileSettings::botsCanStartConversations() const {
 }
 
 void ProfileSettings::setBotsCanStartConversations(bool on) {
-    m_repository.setBotsCanStartConversations(on);
+    m_repository.editing().setBotsCanStartConversations(on);
 }
 
 bool ProfileSettings::notificationsEnabled() const {
@@ -89,7 +91,7 @@ bool ProfileSettings::notificationsEnabled() const {
 }
 
 void ProfileSettings::setNotificationsEnabled(bool on) {
-    m_repository.setNotificationsEnabled(on);
+    m_repository.editing().setNotificationsEnabled(on);
 }
 
 bool ProfileSettings::wordTranslations() const {
@@ -97,7 +99,7 @@ bool ProfileSettings::wordTranslations() const {
 }
 
 void ProfileSettings::setWordTranslations(bool on) {
-    m_repository.setWordTranslations(on);
+    m_repository.editing().setWordTranslations(on);
 }
 
 int ProfileSettings::theme() const {
@@ -105,7 +107,7 @@ int ProfileSettings::theme() const {
 }
 
 void ProfileSettings::setTheme(int index) {
-    m_repository.setTheme(caseAt(index, m_repository.state().theme));
+    m_repository.editing().setTheme(caseAt(index, m_repository.state().theme));
 }
 
 double ProfileSettings::textSize() const {
@@ -143,18 +145,18 @@ void ProfileSettings::setReadingGap(double gap) {
 void ProfileSettings::setTextSetting(double TextSettings::*field, double value) {
     TextSettings settings = m_repository.state().textSettings;
     settings.*field = value;
-    m_repository.setTextSettings(settings);
+    m_repository.editing().setTextSettings(settings);
 }
 
 void ProfileSettings::editLanguage(const QString& language,
                                    const std::function<void(LanguageSettings&)>& edit) {
     LanguageSettings settings = m_repository.state().profile.settings(language);
     edit(settings);
-    m_repository.saveLanguage(settings);
+    m_repository.editing().saveLanguage(settings);
 }
 
 void ProfileSettings::resetTextSettings() {
-    m_repository.setTextSettings(TextSettings());
+    m_repository.editing().setTextSettings(TextSettings());
 }
 
 bool ProfileSettings::openAtLogin() const {
@@ -185,7 +187,8 @@ QStringList ProfileSettings::themeTitles() {
 
 void ProfileSettings::completeOnboarding(const QString& name, const QString& nativeLanguage,
                                          const QStringList& languages, const QString& interests) {
-    m_repository.completeOnboarding(name, nativeLanguage, languages, parseList(interests));
+    m_repository.editing().completeOnboarding(name, nativeLanguage, languages,
+                                              parseList(interests));
 }
 
 void ProfileSettings::setLevel(const QString& language, int level) {
@@ -205,11 +208,11 @@ void ProfileSettings::setPronunciation(const QString& language, bool on) {
 }
 
 void ProfileSettings::addLanguage(const QString& name) {
-    m_repository.addLanguage(name);
+    m_repository.editing().addLanguage(name);
 }
 
 void ProfileSettings::removeLanguage(const QString& name) {
-    m_repository.removeLanguage(name);
+    m_repository.editing().removeLanguage(name);
 }
 
 QString ProfileSettings::toggleListItem(const QString& list, const QString& item) {

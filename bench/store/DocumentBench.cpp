@@ -99,7 +99,7 @@ void BM_EditAndSave(benchmark::State& state) {
     ChatRepository repository(store, session, api, clock);
     const QString botId = repository.state().bots.first().id;
     for (auto _ : state) {
-        repository.addUserMessage(botId, QStringLiteral("¿Y tú qué cocinas hoy?"));
+        repository.conversation().addUserMessage(botId, QStringLiteral("¿Y tú qué cocinas hoy?"));
         state.PauseTiming();
         repository.flush();
         state.ResumeTiming();

@@ -21,9 +21,9 @@ class QuilloAPI;
 class SessionStore;
 class StateStore;
 
-// The one owner of the live document. Screens read it here and change it only through these
-// operations; each change is compared with the current document and, when it differs,
-// published and saved. The operations themselves live in focused parts beside this class.
+// The one owner of the live document. Screens read it here and change it only through its
+// parts (editing, conversation, glossing, nudges, synchronisation, accounts); each change is
+// compared with the current document and, when it differs, published and saved.
 class ChatRepository : public QObject, private DocumentAccess {
     Q_OBJECT
 
@@ -41,60 +41,22 @@ public:
     // Returns once every save so far is on disk; false when the last of them could not be written.
     bool flush() override;
 
-    // Editing (see ProfileEditing).
-    void completeOnboarding(const QString& name, const QString& nativeLanguage,
-                            const QStringList& languages, const QStringList& interests);
-    void saveProfile(const ProfileEditing::ProfileEdit& edit);
-    void saveLanguage(const LanguageSettings& settings);
-    void saveBot(const BotProfile& bot);
-    void forget(const QString& botId, const std::optional<QString>& memory = std::nullopt);
-    void removeBots(const QStringList& ids);
-    void addLanguage(const QString& name);
-    void removeLanguage(const QString& name);
-    void setNotificationsEnabled(bool on);
-    void setTheme(ThemeChoice choice);
-    void setTextSettings(const TextSettings& settings);
-    void setSpeechLanguage(const QString& name);
-    void setWordTranslations(bool on);
-    void setBotsCanStartConversations(bool on);
-    void markRead(const QString& botId);
-    void openConversation(const QString& botId);
+    // The parts, each with its own narrow set of operations. A new feature is a new part here.
+    ProfileEditing& editing() { return m_editing; }
+    ConversationFlow& conversation() { return m_conversation; }
+    const ConversationFlow& conversation() const { return m_conversation; }
+    WordGlossing& glossing() { return m_glossing; }
+    const WordGlossing& glossing() const { return m_glossing; }
+    ScheduledNudges& nudges() { return m_nudges; }
+    StateSync& synchronisation() { return m_sync; }
+    AccountFlows& accounts() { return m_accounts; }
+    const AccountFlows& accounts() const { return m_accounts; }
 
-    // Conversation (see ConversationFlow).
-    void addUserMessage(const QString& botId, const QString& text);
-    void send(const QString& botId, const QString& text);
-    QCoro::Task<> answerLatest(const QString& botId);
-    QCoro::Task<> respond(const QString& botId, const std::optional<QString>& userText);
-    // The conversation on screen now, if any: its replies arrive read and without notification.
-    void setVisibleBotId(const std::optional<QString>& botId);
-    void setOnIncoming(ConversationFlow::Incoming onIncoming);
-
-    // Meanings (see WordGlossing).
-    void prefetchWords(const QString& messageId);
-    bool isGlossing(const QString& messageId) const;
-    QCoro::Task<TranslationResult<Meaning>> translate(const QString& language,
-                                                      const QString& selection);
-
-    // Contacts that write first (see ScheduledNudges): one pass at `now`.
-    QCoro::Task<> runScheduledNudges(qint64 now);
-    // Replaces the secure generator of the nudge delays, for tests.
-    void setNudgeDraw(UniformDraw draw);
-
-    // Synchronisation (see StateSync).
-    QCoro::Task<> refresh();
-    QCoro::Task<bool> refreshAccount();
-    QCoro::Task<> sync(bool download);
     // Whether an account or sync operation is running now.
     bool isSynchronising() const { return m_accountQueue.busy(); }
 
-    // Account (see AccountFlows).
+    // Who is signed in, if anyone.
     const std::optional<Account>& account() const;
-    std::optional<QString> returningEmail() const;
-    QCoro::Task<AccountFlows::Outcome> signIn(const QString& googleIdToken);
-    QCoro::Task<AccountFlows::Outcome> signInWithCode(const QString& accessCode);
-    QCoro::Task<> signOut();
-    void forgetAccount();
-    QCoro::Task<AccountFlows::Outcome> deleteAccount();
 
 Q_SIGNALS:
     void stateChanged(const quillo::StoredState& state);

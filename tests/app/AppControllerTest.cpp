@@ -114,7 +114,8 @@ TEST_F(AppControllerTest, ANotificationOpensItsConversationAndQuittingWritesTheL
         EXPECT_EQ(controller.navigation().sheet(), Navigation::Sheet::None);
         EXPECT_EQ(shell.windowShown, 2);
 
-        controller.repository().addUserMessage(QStringLiteral("kenji"), QStringLiteral("hola"));
+        controller.repository().conversation().addUserMessage(QStringLiteral("kenji"),
+                                                              QStringLiteral("hola"));
         controller.stop();
     }
     const StoredState saved = StateStore(support.filePath(QStringLiteral("state.json"))).load();

@@ -61,7 +61,7 @@ TEST_F(ChatListModelTest, ANewMessageMovesItsChatUpWithoutResettingTheList) {
     ASSERT_EQ(order(model), (QStringList{QStringLiteral("ben"), QStringLiteral("ana")}));
 
     clock.set(1'000);
-    repository->addUserMessage(QStringLiteral("ana"), QStringLiteral("¿qué tal?"));
+    repository->conversation().addUserMessage(QStringLiteral("ana"), QStringLiteral("¿qué tal?"));
     EXPECT_EQ(order(model), (QStringList{QStringLiteral("ana"), QStringLiteral("ben")}));
     EXPECT_EQ(moves.size(), 1);
     EXPECT_EQ(resets.size(), 0);
@@ -70,7 +70,7 @@ TEST_F(ChatListModelTest, ANewMessageMovesItsChatUpWithoutResettingTheList) {
     EXPECT_EQ(model.index(0).data(ChatListModel::LastMessageRole).toString(), u"¿qué tal?");
 
     // A removed contact leaves the list.
-    repository->removeBots({QStringLiteral("ben")});
+    repository->editing().removeBots({QStringLiteral("ben")});
     EXPECT_EQ(order(model), QStringList{QStringLiteral("ana")});
     EXPECT_FALSE(changes.isEmpty());
 }

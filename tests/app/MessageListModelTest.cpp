@@ -59,7 +59,7 @@ TEST_F(MessageListModelTest, NewMessagesAreInsertedAndSettingsRefreshRowsInPlace
     QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
 
     clock.set(5'000);
-    repository->addUserMessage(kenji, QStringLiteral("またね"));
+    repository->conversation().addUserMessage(kenji, QStringLiteral("またね"));
     EXPECT_EQ(model.rowCount(), 4);
     EXPECT_EQ(inserted.size(), 1);
     EXPECT_TRUE(model.index(3).data(MessageListModel::FromUserRole).toBool());
@@ -69,7 +69,7 @@ TEST_F(MessageListModelTest, NewMessagesAreInsertedAndSettingsRefreshRowsInPlace
     // Turning the reading line off refreshes the rows in place and lays them out again.
     LanguageSettings japanese = repository->state().profile.settings(QStringLiteral("Japanese"));
     japanese.showsRomanization = false;
-    repository->saveLanguage(japanese);
+    repository->editing().saveLanguage(japanese);
     EXPECT_EQ(changed.size(), 3); // the contact's three messages; the user's own have no line
     EXPECT_TRUE(model.index(0).data(MessageListModel::ReadingsRole).toList().isEmpty());
     EXPECT_EQ(model.layoutsBuilt(), built + 1);

@@ -45,7 +45,7 @@ TEST_F(NavigationTest, SelectingAChatReadsItAndARemovedContactClosesIt) {
     EXPECT_EQ(model.selectedBotId(), u"ben");
     EXPECT_EQ(selections.size(), 1);
 
-    repository->removeBots({QStringLiteral("ben")});
+    repository->editing().removeBots({QStringLiteral("ben")});
     EXPECT_TRUE(model.selectedBotId().isEmpty());
 
     QSignalSpy sheets(&model, &Navigation::sheetChanged);

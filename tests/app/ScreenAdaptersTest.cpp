@@ -182,12 +182,12 @@ TEST_F(ScreenAdaptersTest, AutomaticFollowsTheDesktopsSchemeAndAChoiceOverridesI
     EXPECT_FALSE(appearance.dark()) << "light while the desktop has not said";
     appearance.setDesktopScheme(1);
     EXPECT_TRUE(appearance.dark());
-    repository->setTheme(ThemeChoice::Light);
+    repository->editing().setTheme(ThemeChoice::Light);
     EXPECT_FALSE(appearance.dark());
     appearance.setDesktopScheme(2);
-    repository->setTheme(ThemeChoice::Dark);
+    repository->editing().setTheme(ThemeChoice::Dark);
     EXPECT_TRUE(appearance.dark());
-    repository->setTheme(ThemeChoice::System);
+    repository->editing().setTheme(ThemeChoice::System);
     EXPECT_FALSE(appearance.dark()) << "the desktop prefers light now";
 }
 

@@ -53,14 +53,15 @@ protected:
 TEST_F(AccountFlowsTest, AReturningOwnerKeepsEverythingAndSendsWhatChangedMeanwhile) {
     signIn(*laptop, ana);
     EXPECT_EQ(laptop->repository->account()->email, ana);
-    EXPECT_FALSE(laptop->repository->returningEmail());
+    EXPECT_FALSE(laptop->repository->accounts().returningEmail());
 
     laptop->session->update(*laptop->session->account(), sessionEnded);
-    run(laptop->repository->refresh());
-    EXPECT_EQ(laptop->repository->returningEmail(), ana);
+    run(laptop->repository->synchronisation().refresh());
+    EXPECT_EQ(laptop->repository->accounts().returningEmail(), ana);
     EXPECT_FALSE(laptop->repository->account());
     // Written while the session had ended: nothing goes up, nothing is lost.
-    laptop->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+    laptop->repository->conversation().addUserMessage(QStringLiteral("lucia"),
+                                                      QStringLiteral("hola"));
     settle(*laptop);
 
     signIn(*laptop, ana);
@@ -73,7 +74,7 @@ TEST_F(AccountFlowsTest, AReturningOwnerKeepsEverythingAndSendsWhatChangedMeanwh
 TEST_F(AccountFlowsTest, SomeoneElseSigningInNeverSeesOrReceivesThePreviousPersonsData) {
     signIn(*laptop, ana);
     laptop->session->update(*laptop->session->account(), sessionEnded);
-    run(laptop->repository->refresh());
+    run(laptop->repository->synchronisation().refresh());
 
     auto other = device(withContacts({QStringLiteral("olga")}));
     signIn(*other, ben);
@@ -89,7 +90,7 @@ TEST_F(AccountFlowsTest, SomeoneElseSigningInNeverSeesOrReceivesThePreviousPerso
 
 TEST_F(AccountFlowsTest, AFailedSignInLeavesNobodySignedIn) {
     watched->documentsDown = true;
-    const auto outcome = run(laptop->repository->signInWithCode(invite(ana)));
+    const auto outcome = run(laptop->repository->accounts().signInWithCode(invite(ana)));
     ASSERT_FALSE(outcome.ok());
     EXPECT_EQ(AccountFlows::failureLine(outcome.error()),
               u"Quillo couldn't sign you in. Try again.");
@@ -97,18 +98,19 @@ TEST_F(AccountFlowsTest, AFailedSignInLeavesNobodySignedIn) {
     EXPECT_FALSE(SessionStore(laptop->path(QStringLiteral("session.json"))).token());
     watched->documentsDown = false;
 
-    const auto wrong = run(laptop->repository->signInWithCode(QStringLiteral("WRONG-CODE")));
+    const auto wrong =
+        run(laptop->repository->accounts().signInWithCode(QStringLiteral("WRONG-CODE")));
     ASSERT_FALSE(wrong.ok());
     EXPECT_EQ(AccountFlows::failureLine(wrong.error()), u"Quillo couldn't sign you in. Try again.");
 
     // Spaces and a line break around a pasted code do not matter.
-    const auto pasted =
-        run(laptop->repository->signInWithCode(QStringLiteral("  ") + invite(ana) + u'\n'));
+    const auto pasted = run(
+        laptop->repository->accounts().signInWithCode(QStringLiteral("  ") + invite(ana) + u'\n'));
     EXPECT_TRUE(pasted.ok());
 
     QuilloAPI nowhere(QUrl(QStringLiteral("http://127.0.0.1:9")));
     ChatRepository offline(*laptop->store, *laptop->session, nowhere, appClock);
-    const auto unreachable = run(offline.signInWithCode(invite(ana)));
+    const auto unreachable = run(offline.accounts().signInWithCode(invite(ana)));
     ASSERT_FALSE(unreachable.ok());
     EXPECT_EQ(AccountFlows::failureLine(unreachable.error()),
               u"Couldn't reach Quillo. Check your connection and try again.");
@@ -116,16 +118,17 @@ TEST_F(AccountFlowsTest, AFailedSignInLeavesNobodySignedIn) {
 
 TEST_F(AccountFlowsTest, SigningOutSendsTheLastChangesAndKeepsOnlyThisDevicesPreferences) {
     signIn(*laptop, ana);
-    laptop->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("adiós"));
+    laptop->repository->conversation().addUserMessage(QStringLiteral("lucia"),
+                                                      QStringLiteral("adiós"));
     const QString token = laptop->session->token().value_or(QString());
     ASSERT_EQ(get("/v1/account", token).status, 200);
-    run(laptop->repository->signOut());
+    run(laptop->repository->accounts().signOut());
     // The token is over on the service too, not only forgotten here.
     EXPECT_EQ(get("/v1/account", token).status, 401);
     EXPECT_EQ(servedFor(ana).messages.size(), 1);
     EXPECT_EQ(laptop->state(), withContacts({}).signedOut());
     EXPECT_FALSE(laptop->repository->account());
-    EXPECT_FALSE(laptop->repository->returningEmail());
+    EXPECT_FALSE(laptop->repository->accounts().returningEmail());
     EXPECT_FALSE(hasBase());
     laptop->repository->flush();
     EXPECT_EQ(StateStore(laptop->path(QStringLiteral("state.json")), appClock).load().bots.size(),
@@ -137,7 +140,7 @@ TEST_F(AccountFlowsTest, SigningOutOfflineStillForgetsTheAccountHere) {
     const QString token = laptop->session->token().value_or(QString());
     QuilloAPI nowhere(QUrl(QStringLiteral("http://127.0.0.1:9")));
     ChatRepository offline(*laptop->store, *laptop->session, nowhere, appClock);
-    run(offline.signOut());
+    run(offline.accounts().signOut());
     EXPECT_FALSE(laptop->session->token());
     EXPECT_FALSE(offline.account());
     // The service never heard of it: the session lives on there until it sits idle too long.
@@ -148,17 +151,17 @@ TEST_F(AccountFlowsTest, DeletingTheAccountForgetsItOnlyWhenTheServiceDid) {
     signIn(*laptop, ana);
     const StoredState before = laptop->state();
     watched->deletionsDown = true;
-    const auto refused = run(laptop->repository->deleteAccount());
+    const auto refused = run(laptop->repository->accounts().deleteAccount());
     watched->deletionsDown = false;
     ASSERT_FALSE(refused.ok());
     EXPECT_EQ(laptop->state(), before);
     EXPECT_TRUE(laptop->repository->account());
     EXPECT_TRUE(hasBase());
 
-    const auto deleted = run(laptop->repository->deleteAccount());
+    const auto deleted = run(laptop->repository->accounts().deleteAccount());
     ASSERT_TRUE(deleted.ok());
     EXPECT_FALSE(laptop->repository->account());
-    EXPECT_FALSE(laptop->repository->returningEmail());
+    EXPECT_FALSE(laptop->repository->accounts().returningEmail());
     EXPECT_FALSE(hasBase());
     EXPECT_TRUE(laptop->state().bots.isEmpty());
 }

@@ -212,7 +212,7 @@ protected:
             bot.displayName = QStringLiteral("name %1").arg(pick(1000));
             if (pick(2))
                 bot.personality = QStringLiteral("persona %1").arg(pick(1000));
-            repository.saveBot(bot);
+            repository.editing().saveBot(bot);
             journal.edits.append({*id, index, stepNumber});
             return;
         }
@@ -221,7 +221,8 @@ protected:
             const auto id = anyContact(device);
             if (!id)
                 return;
-            repository.addUserMessage(*id, QStringLiteral("message %1").arg(pick(100000)));
+            repository.conversation().addUserMessage(
+                *id, QStringLiteral("message %1").arg(pick(100000)));
             const ChatMessage& sent = device.state().messages.last();
             journal.written.append({sent.id, *id, index, stepNumber});
             return;
@@ -231,7 +232,7 @@ protected:
             if (!id)
                 return;
             removing(device, other, index, stepNumber, journal,
-                     [&] { repository.removeBots({*id}); });
+                     [&] { repository.editing().removeBots({*id}); });
             return;
         }
         case 5: { // a language change: a level, a new language, or one given up
@@ -239,20 +240,20 @@ protected:
             const int kind = pick(4);
             if (kind == 0) {
                 removing(device, other, index, stepNumber, journal,
-                         [&] { repository.removeLanguage(language); });
+                         [&] { repository.editing().removeLanguage(language); });
                 return;
             }
             if (kind == 1) {
-                repository.addLanguage(language);
+                repository.editing().addLanguage(language);
                 return;
             }
             LanguageSettings settings = device.state().profile.settings(language);
             settings.level = allCases<CefrLevel>()[pick(int(allCases<CefrLevel>().size()))];
-            repository.saveLanguage(settings);
+            repository.editing().saveLanguage(settings);
             return;
         }
         case 6: // a refresh
-            run(repository.refresh());
+            run(repository.synchronisation().refresh());
             return;
         case 7: // a quiet period: every pending upload goes, both devices' at once
             appClock.advance(StateSync::quietMillis);
@@ -262,7 +263,7 @@ protected:
             if (pick(2))
                 device.disk->set(DiskGate::Mode::Held);
             if (pick(2))
-                repository.refresh();
+                repository.synchronisation().refresh();
             else
                 appClock.advance(StateSync::quietMillis);
             // Anywhere in what follows: answers arriving, the merge, the writes, the records.
@@ -301,8 +302,8 @@ protected:
         for (int round = 0; round < 6; ++round) {
             appClock.advance(StateSync::quietMillis);
             spinUntil([&] { return idle(a, b); });
-            run(a.repository->refresh());
-            run(b.repository->refresh());
+            run(a.repository->synchronisation().refresh());
+            run(b.repository->synchronisation().refresh());
             appClock.advance(StateSync::quietMillis);
             spinUntil([&] { return idle(a, b); });
             if (a.projection() == b.projection() &&
@@ -344,8 +345,8 @@ TEST_F(ConvergenceTest, TwoDevicesOfOnePersonAlwaysEndInStepAndLoseNothingTheyKe
             const int index = pick(2);
             step(devices, index, stepNumber, token, journal);
             if (pick(4) == 0) // the stranger keeps writing too
-                stranger->repository->addUserMessage(QStringLiteral("stranger-contact"),
-                                                     QStringLiteral("stranger's words"));
+                stranger->repository->conversation().addUserMessage(
+                    QStringLiteral("stranger-contact"), QStringLiteral("stranger's words"));
             QCoreApplication::processEvents();
             observe(devices, token, journal);
         }

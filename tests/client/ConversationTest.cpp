@@ -70,10 +70,11 @@ protected:
         repository = std::make_unique<ChatRepository>(*store, *session, *api, appClock);
         QObject::connect(repository.get(), &ChatRepository::errorOccurred,
                          [this](const QString& line) { errors.append(line); });
-        repository->setOnIncoming([this](const BotProfile& bot, const QList<ChatMessage>& list) {
-            incomingFrom.append(bot.id);
-            incoming.append(list);
-        });
+        repository->conversation().setOnIncoming(
+            [this](const BotProfile& bot, const QList<ChatMessage>& list) {
+                incomingFrom.append(bot.id);
+                incoming.append(list);
+            });
     }
 
     // Drops the client's idle keep-alive connection first, or the service would wait it out.
@@ -104,8 +105,8 @@ protected:
     }
 
     void say(const QString& botId, const QString& text) {
-        repository->addUserMessage(botId, text);
-        run(repository->answerLatest(botId));
+        repository->conversation().addUserMessage(botId, text);
+        run(repository->conversation().answerLatest(botId));
     }
 
     // Runs the event loop until the model holds the turn's request: the request leaves from
@@ -178,11 +179,11 @@ TEST_F(ConversationTest, AUsedUpAllowanceOrAnEndedSessionAddsNoMessage) {
 TEST_F(ConversationTest, MessagesWrittenDuringAReplyGetOneFurtherTurn) {
     model.setDefault(ModelFixture::reply(QStringLiteral(R"({"message":"¡Claro!"})")));
     model.hold();
-    repository->send(lucia, QStringLiteral("hola"));
+    repository->conversation().send(lucia, QStringLiteral("hola"));
     ASSERT_TRUE(repository->typing().contains(lucia));
     waitForHeldRequest();
-    repository->addUserMessage(lucia, QStringLiteral("¿cómo estás?"));
-    repository->addUserMessage(lucia, QStringLiteral("¿qué haces hoy?"));
+    repository->conversation().addUserMessage(lucia, QStringLiteral("¿cómo estás?"));
+    repository->conversation().addUserMessage(lucia, QStringLiteral("¿qué haces hoy?"));
     model.release();
     spinUntil([this] { return messages(lucia).size() == 5 && repository->typing().isEmpty(); });
 
@@ -200,10 +201,10 @@ TEST_F(ConversationTest, AReplyForARemovedContactChangesNothing) {
     model.setDefault(
         ModelFixture::reply(QStringLiteral(R"({"message":"¡Hola!","remember":"has a cat"})")));
     model.hold();
-    repository->send(lucia, QStringLiteral("hola"));
+    repository->conversation().send(lucia, QStringLiteral("hola"));
     ASSERT_TRUE(repository->typing().contains(lucia));
     waitForHeldRequest();
-    repository->removeBots({lucia});
+    repository->editing().removeBots({lucia});
     const StoredState before = repository->state();
     model.release();
     spinUntil([this] { return repository->typing().isEmpty(); });
@@ -217,13 +218,13 @@ TEST_F(ConversationTest, AReplyForARemovedContactChangesNothing) {
 
 TEST_F(ConversationTest, OnlyRepliesOffScreenNotify) {
     model.setDefault(ModelFixture::reply(QStringLiteral(R"({"message":"¡Hola!"})")));
-    repository->setVisibleBotId(lucia);
+    repository->conversation().setVisibleBotId(lucia);
     say(lucia, QStringLiteral("hola"));
     EXPECT_EQ(repository->state().lastReadAt.value(lucia), messages(lucia).last().createdAt);
     EXPECT_EQ(repository->state().unreadCount(lucia), 0);
     EXPECT_TRUE(incoming.isEmpty());
 
-    repository->setVisibleBotId(std::nullopt);
+    repository->conversation().setVisibleBotId(std::nullopt);
     say(lucia, QStringLiteral("¿qué tal?"));
     EXPECT_EQ(incomingFrom, QStringList{lucia});
     ASSERT_EQ(incoming.size(), 1);

@@ -217,7 +217,7 @@ protected:
     }
 
     void signIn(Device& device, const QString& email) {
-        const auto outcome = run(device.repository->signInWithCode(invite(email)));
+        const auto outcome = run(device.repository->accounts().signInWithCode(invite(email)));
         ASSERT_TRUE(outcome.ok()) << outcome.error().description().toStdString();
     }
 

@@ -60,7 +60,7 @@ protected:
         Account account;
         account.email = QStringLiteral("ana@example.com");
         session->signedIn({ApiTest::signIn(account.email), account});
-        repository->setNudgeDraw([](int) { return 0; });
+        repository->nudges().setDraw([](int) { return 0; });
         QObject::connect(repository, &ChatRepository::errorOccurred,
                          [this](const QString& line) { errors.append(line); });
         QObject::connect(repository, &ChatRepository::typingChanged,
@@ -78,7 +78,7 @@ protected:
     // One pass at `now`, the app's clock set to it.
     void pass(qint64 now) {
         appClock.set(now);
-        run(repository->runScheduledNudges(now), true);
+        run(repository->nudges().run(now), true);
     }
 
     QList<ChatMessage> messages(const QString& botId) const {
@@ -93,7 +93,7 @@ TEST_F(NudgeTest, AContactWritesOnceItIsDueAndItsChatIsQuiet) {
     open(quietChats());
     // The first contact draws the shortest wait, the second the longest.
     int draws = 0;
-    repository->setNudgeDraw([&draws](int highest) { return draws++ % 2 ? highest : 0; });
+    repository->nudges().setDraw([&draws](int highest) { return draws++ % 2 ? highest : 0; });
     const qint64 t0 = appClock.nowMillis();
     pass(t0);
     EXPECT_EQ(nextAt(lucia), t0 + 14 * minute);
@@ -102,7 +102,7 @@ TEST_F(NudgeTest, AContactWritesOnceItIsDueAndItsChatIsQuiet) {
     EXPECT_TRUE(repository->state().messages.isEmpty());
 
     model.setDefault(ModelFixture::reply(QStringLiteral(R"({"message":"¿Qué tal tu día?"})")));
-    repository->setNudgeDraw([](int highest) { return highest; });
+    repository->nudges().setDraw([](int highest) { return highest; });
     const qint64 t1 = t0 + 14 * minute;
     pass(t1);
     ASSERT_EQ(model.requests().size(), 1);
@@ -139,7 +139,7 @@ TEST_F(NudgeTest, SwitchedOffOrBeforeSetupAPassChangesNothing) {
     EXPECT_EQ(file.readAll(), before);
     file.close();
 
-    repository->setBotsCanStartConversations(true);
+    repository->editing().setBotsCanStartConversations(true);
     const StoredState switchedOn = repository->state();
     pass(appClock.nowMillis() + 1'000 * minute);
     EXPECT_EQ(repository->state(), switchedOn);
@@ -170,7 +170,7 @@ TEST_F(NudgeTest, ContactsWriteOneAfterTheOther) {
     seed.nextNudgeAt = {{lucia, now}, {polly, now}};
     open(seed);
     model.hold();
-    const auto done = launch(repository->runScheduledNudges(now));
+    const auto done = launch(repository->nudges().run(now));
     auto held = std::async(std::launch::async, [this] { return model.waitForHeld(1); });
     spinUntil(
         [&held] { return held.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },

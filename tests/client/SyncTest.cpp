@@ -47,7 +47,7 @@ protected:
     void rename(Device& device, const QString& id, const QString& name) {
         BotProfile bot = *device.state().bot(id);
         bot.displayName = name;
-        device.repository->saveBot(bot);
+        device.repository->editing().saveBot(bot);
     }
 };
 
@@ -84,10 +84,11 @@ TEST_F(SyncTest, OneUploadFollowsTheLastChangeOfABurstAfterFiveQuietSeconds) {
 
 TEST_F(SyncTest, ARefreshBringsInWhatTheOtherDeviceChangedAndAskingAgainChangesNothing) {
     rename(*first, QStringLiteral("kenji"), QStringLiteral("Kenji-san"));
-    first->repository->addUserMessage(QStringLiteral("kenji"), QStringLiteral("こんにちは"));
+    first->repository->conversation().addUserMessage(QStringLiteral("kenji"),
+                                                     QStringLiteral("こんにちは"));
     settle(*first);
 
-    run(second->repository->refresh());
+    run(second->repository->synchronisation().refresh());
     EXPECT_EQ(second->state().bot(QStringLiteral("kenji"))->displayName, u"Kenji-san");
     EXPECT_EQ(second->state().messagesFor(QStringLiteral("kenji")).size(), 1);
     EXPECT_EQ(second->projection(), first->projection());
@@ -95,23 +96,24 @@ TEST_F(SyncTest, ARefreshBringsInWhatTheOtherDeviceChangedAndAskingAgainChangesN
     const qint64 syncedAt = second->session->syncedAt();
     const auto fingerprint = second->session->syncedFingerprint();
     const StoredState before = second->state();
-    run(second->repository->refresh());
+    run(second->repository->synchronisation().refresh());
     EXPECT_EQ(second->state(), before);
     EXPECT_EQ(second->session->syncedAt(), syncedAt);
     EXPECT_EQ(second->session->syncedFingerprint(), fingerprint);
 }
 
 TEST_F(SyncTest, ARemovedContactStaysRemovedWithItsMessagesOnEveryDevice) {
-    second->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+    second->repository->conversation().addUserMessage(QStringLiteral("lucia"),
+                                                      QStringLiteral("hola"));
     settle(*second);
-    run(first->repository->refresh());
+    run(first->repository->synchronisation().refresh());
     ASSERT_EQ(first->state().messagesFor(QStringLiteral("lucia")).size(), 1);
 
-    first->repository->removeBots({QStringLiteral("lucia")});
+    first->repository->editing().removeBots({QStringLiteral("lucia")});
     settle(*first);
-    run(second->repository->refresh());
+    run(second->repository->synchronisation().refresh());
     settle(*second);
-    run(first->repository->refresh());
+    run(first->repository->synchronisation().refresh());
     for (const Device* each : {first.get(), second.get()}) {
         EXPECT_FALSE(each->state().bot(QStringLiteral("lucia")));
         EXPECT_TRUE(each->state().messagesFor(QStringLiteral("lucia")).isEmpty());
@@ -125,7 +127,8 @@ TEST_F(SyncTest, AStaleUploadIsMergedAndSentOnceMore) {
     settle(*second);
     watched->forget();
 
-    first->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+    first->repository->conversation().addUserMessage(QStringLiteral("lucia"),
+                                                     QStringLiteral("hola"));
     settle(*first);
     const auto uploads = watched->uploads();
     ASSERT_EQ(uploads.size(), 2u);
@@ -151,7 +154,7 @@ TEST_F(SyncTest, ASecondRefusalIsOnlyLoggedAndTheDocumentStays) {
 
     // The next trigger tries again.
     watched->refuseUploads = false;
-    run(first->repository->sync(false));
+    run(first->repository->synchronisation().sync(false));
     EXPECT_EQ(served(*first->session->token())->bot(QStringLiteral("lucia"))->displayName,
               u"Lucía");
 }
@@ -160,7 +163,7 @@ TEST_F(SyncTest, AFailedAccountCheckStillSyncsButAnEndedSessionStopsIt) {
     rename(*second, QStringLiteral("lucia"), QStringLiteral("Lucía"));
     settle(*second);
     watched->countersDown = true;
-    run(first->repository->refresh());
+    run(first->repository->synchronisation().refresh());
     EXPECT_EQ(first->state().bot(QStringLiteral("lucia"))->displayName, u"Lucía");
     EXPECT_TRUE(first->session->token());
     watched->countersDown = false;
@@ -169,7 +172,7 @@ TEST_F(SyncTest, AFailedAccountCheckStillSyncsButAnEndedSessionStopsIt) {
     first->session->update(*first->session->account(), QStringLiteral("no-longer-valid"));
     rename(*second, QStringLiteral("lucia"), QStringLiteral("Lucía M."));
     settle(*second);
-    run(first->repository->refresh());
+    run(first->repository->synchronisation().refresh());
     EXPECT_FALSE(first->session->token());
     EXPECT_EQ(first->session->owner(), ana);
     EXPECT_EQ(first->session->syncedAt(), syncedAt);
@@ -183,7 +186,7 @@ TEST_F(SyncTest, AFailedDownloadLeavesTheDocumentAsItIs) {
     watched->forget();
     watched->documentsDown = true;
     const StoredState before = first->state();
-    run(first->repository->refresh());
+    run(first->repository->synchronisation().refresh());
     EXPECT_EQ(first->state(), before);
     // The upload waits for a download that worked.
     EXPECT_TRUE(watched->uploads().empty());
@@ -192,7 +195,7 @@ TEST_F(SyncTest, AFailedDownloadLeavesTheDocumentAsItIs) {
 
 TEST_F(SyncTest, WithoutATrustworthyBaseADownloadKeepsEverything) {
     // A damaged base cannot say what was removed, so nothing is.
-    second->repository->removeBots({QStringLiteral("kenji")});
+    second->repository->editing().removeBots({QStringLiteral("kenji")});
     settle(*second);
     for (const QString& name :
          {QStringLiteral("sync-base.json"), QStringLiteral("sync-base.1.json")}) {
@@ -203,7 +206,7 @@ TEST_F(SyncTest, WithoutATrustworthyBaseADownloadKeepsEverything) {
     auto restarted =
         std::make_unique<ChatRepository>(*first->store, *first->session, *first->api, appClock);
     first->repository = std::move(restarted);
-    run(first->repository->refresh());
+    run(first->repository->synchronisation().refresh());
     EXPECT_TRUE(first->state().bot(QStringLiteral("kenji")));
 }
 
@@ -233,17 +236,18 @@ void lose(Device& device, Loss loss) {
 TEST_F(SyncTest, ADeviceThatLostItsDocumentGetsEverythingBackAndWipesNothing) {
     for (const Loss loss : {Loss::Deleted, Loss::Damaged, Loss::EarlierFormat}) {
         SCOPED_TRACE(int(loss));
-        second->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+        second->repository->conversation().addUserMessage(QStringLiteral("lucia"),
+                                                          QStringLiteral("hola"));
         settle(*second);
-        run(first->repository->refresh());
+        run(first->repository->synchronisation().refresh());
         const StoredState everything = first->projection();
 
         ASSERT_NO_FATAL_FAILURE(lose(*first, loss));
         EXPECT_TRUE(first->state().bots.isEmpty());
         EXPECT_EQ(first->session->syncedAt(), 0);
-        run(first->repository->refresh());
+        run(first->repository->synchronisation().refresh());
         settle(*first);
-        run(second->repository->refresh());
+        run(second->repository->synchronisation().refresh());
         for (const Device* each : {first.get(), second.get()}) {
             EXPECT_EQ(each->projection(), everything);
             EXPECT_TRUE(each->state().profile.setupCompleted);
@@ -253,7 +257,8 @@ TEST_F(SyncTest, ADeviceThatLostItsDocumentGetsEverythingBackAndWipesNothing) {
 }
 
 TEST_F(SyncTest, TheServiceRefusesToUndoASetupAndTheDeviceMergesInstead) {
-    second->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+    second->repository->conversation().addUserMessage(QStringLiteral("lucia"),
+                                                      QStringLiteral("hola"));
     settle(*second);
     const StoredState everything = second->projection();
     // A document that is not set up, with a record that claims it is the account's latest copy:
@@ -273,21 +278,22 @@ TEST_F(SyncTest, TheServiceRefusesToUndoASetupAndTheDeviceMergesInstead) {
     }
     watched->forget();
 
-    run(first->repository->sync(false));
+    run(first->repository->synchronisation().sync(false));
     EXPECT_TRUE(watched->uploads().empty()); // refused before it reached the storage
     EXPECT_EQ(first->projection(), everything);
     EXPECT_EQ(*served(*first->session->token()), everything);
 }
 
 TEST_F(SyncTest, NothingIsRecordedAsSynchronisedBeforeTheMergedDocumentIsOnDisk) {
-    second->repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("hola"));
+    second->repository->conversation().addUserMessage(QStringLiteral("lucia"),
+                                                      QStringLiteral("hola"));
     rename(*second, QStringLiteral("kenji"), QStringLiteral("Kenji-san"));
     settle(*second);
 
     // The merge is made, but its save is held: the record must wait for it.
     const qint64 syncedAt = first->session->syncedAt();
     first->disk->set(DiskGate::Mode::Held);
-    auto refreshing = first->repository->refresh();
+    auto refreshing = first->repository->synchronisation().refresh();
     spinUntil([this] { return first->state().messagesFor(QStringLiteral("lucia")).size() == 1; });
     // Whatever would follow the merge without waiting for the disk has its chance to.
     for (int i = 0; i < 20; ++i) {
@@ -300,9 +306,9 @@ TEST_F(SyncTest, NothingIsRecordedAsSynchronisedBeforeTheMergedDocumentIsOnDisk)
     first->kill();
     first->start();
     EXPECT_TRUE(first->state().messagesFor(QStringLiteral("lucia")).isEmpty());
-    run(first->repository->refresh());
+    run(first->repository->synchronisation().refresh());
     settle(*first);
-    run(second->repository->refresh());
+    run(second->repository->synchronisation().refresh());
     for (const Device* each : {first.get(), second.get()}) {
         EXPECT_EQ(each->state().messagesFor(QStringLiteral("lucia")).size(), 1);
         EXPECT_EQ(each->state().bot(QStringLiteral("kenji"))->displayName, u"Kenji-san");
@@ -313,7 +319,7 @@ TEST_F(SyncTest, ForgettingTheAccountKeepsTheOwnerUntilTheEmptiedDocumentIsOnDis
     // The emptied document cannot be written: the chats stay in the file, and so does the owner,
     // so the next person to sign in here has them reset first.
     first->disk->set(DiskGate::Mode::Dead);
-    first->repository->forgetAccount();
+    first->repository->accounts().forgetAccount();
     EXPECT_FALSE(first->session->token());
     EXPECT_EQ(first->session->owner(), ana);
     first->kill();
@@ -324,14 +330,15 @@ TEST_F(SyncTest, ForgettingTheAccountKeepsTheOwnerUntilTheEmptiedDocumentIsOnDis
     EXPECT_TRUE(served(*first->session->token())->bots.isEmpty());
 
     // Written: the file is empty of chats by the time the owner is gone.
-    first->repository->forgetAccount();
+    first->repository->accounts().forgetAccount();
     EXPECT_FALSE(first->session->owner());
     StateStore onDisk(first->path(QStringLiteral("state.json")));
     EXPECT_TRUE(onDisk.load().bots.isEmpty());
 }
 
 TEST_F(SyncTest, ARecordBehindTheDocumentOnDiskCatchesUpAtStart) {
-    second->repository->addUserMessage(QStringLiteral("kenji"), QStringLiteral("hola"));
+    second->repository->conversation().addUserMessage(QStringLiteral("kenji"),
+                                                      QStringLiteral("hola"));
     settle(*second);
 
     // Killed after the merged document reached the disk, before the record caught up with it:
@@ -339,7 +346,7 @@ TEST_F(SyncTest, ARecordBehindTheDocumentOnDiskCatchesUpAtStart) {
     // so nothing can move the record on in between.
     const qint64 before = first->session->syncedAt();
     first->disk->set(DiskGate::Mode::Held);
-    first->repository->refresh();
+    first->repository->synchronisation().refresh();
     spinUntil([this] { return first->state().messagesFor(QStringLiteral("kenji")).size() == 1; });
     first->disk->set(DiskGate::Mode::Open);
     ASSERT_TRUE(first->store->flush());
@@ -351,8 +358,8 @@ TEST_F(SyncTest, ARecordBehindTheDocumentOnDiskCatchesUpAtStart) {
     EXPECT_EQ(first->session->syncedFingerprint(), first->state().syncMark->fingerprint);
 
     // Merging against the right base, a removal on the other device sticks.
-    second->repository->removeBots({QStringLiteral("kenji")});
+    second->repository->editing().removeBots({QStringLiteral("kenji")});
     settle(*second);
-    run(first->repository->refresh());
+    run(first->repository->synchronisation().refresh());
     EXPECT_FALSE(first->state().bot(QStringLiteral("kenji")));
 }

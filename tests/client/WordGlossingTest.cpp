@@ -44,7 +44,7 @@ protected:
     const ChatMessage& last() { return phone->state().messages.last(); }
 
     void settleGlosses(const QString& messageId) {
-        spinUntil([&] { return !repository().isGlossing(messageId); });
+        spinUntil([&] { return !repository().glossing().isGlossing(messageId); });
     }
 
     static ChatMessage fromLucia(const QString& id, const QString& text) {
@@ -68,8 +68,8 @@ TEST_F(WordGlossingTest, AReplysWordsAreGlossedInOneBatch) {
     });
     model.setDefault(
         ModelFixture::reply(QStringLiteral(R"({"message":"El perro y el gato, ¡y el perro!"})")));
-    repository().addUserMessage(lucia, QStringLiteral("¿Qué ves?"));
-    run(repository().answerLatest(lucia), true);
+    repository().conversation().addUserMessage(lucia, QStringLiteral("¿Qué ves?"));
+    run(repository().conversation().answerLatest(lucia), true);
     const QString id = last().id;
     settleGlosses(id);
 
@@ -86,14 +86,14 @@ TEST_F(WordGlossingTest, AReplysWordsAreGlossedInOneBatch) {
                                               {QStringLiteral("el"), QStringLiteral("the")}}));
 
     // Glossed messages, the user's own and every message while the switch is off are left be.
-    repository().prefetchWords(id);
-    repository().prefetchWords(phone->state().messages.first().id);
-    EXPECT_FALSE(repository().isGlossing(id));
-    repository().setWordTranslations(false);
+    repository().glossing().prefetchWords(id);
+    repository().glossing().prefetchWords(phone->state().messages.first().id);
+    EXPECT_FALSE(repository().glossing().isGlossing(id));
+    repository().editing().setWordTranslations(false);
     model.setDefault(ModelFixture::reply(QStringLiteral(R"({"message":"Adiós"})")));
-    repository().addUserMessage(lucia, QStringLiteral("chao"));
-    run(repository().answerLatest(lucia), true);
-    EXPECT_FALSE(repository().isGlossing(last().id));
+    repository().conversation().addUserMessage(lucia, QStringLiteral("chao"));
+    run(repository().conversation().answerLatest(lucia), true);
+    EXPECT_FALSE(repository().glossing().isGlossing(last().id));
     EXPECT_EQ(endpoints.requests().size(), 1);
 }
 
@@ -103,9 +103,9 @@ TEST_F(WordGlossingTest, OneFetchAtATimeAndLateGlossesForADeletedMessageAreDropp
     seed.messages.append(fromLucia(QStringLiteral("m2"), QStringLiteral("¿qué tal?")));
     open(seed);
     endpoints.setBatchAnswer(TranslateFixture::status(429));
-    repository().prefetchWords(QStringLiteral("m1"));
-    repository().prefetchWords(QStringLiteral("m1"));
-    EXPECT_TRUE(repository().isGlossing(QStringLiteral("m1")));
+    repository().glossing().prefetchWords(QStringLiteral("m1"));
+    repository().glossing().prefetchWords(QStringLiteral("m1"));
+    EXPECT_TRUE(repository().glossing().isGlossing(QStringLiteral("m1")));
     settleGlosses(QStringLiteral("m1"));
     EXPECT_EQ(endpoints.requests().size(), 1);
     EXPECT_TRUE(phone->state().messages.at(0).words.isEmpty());
@@ -113,8 +113,8 @@ TEST_F(WordGlossingTest, OneFetchAtATimeAndLateGlossesForADeletedMessageAreDropp
     // A later call tries again; this time the contact is removed while the answer travels.
     endpoints.setBatchAnswer(
         TranslateFixture::batch({QStringLiteral("what"), QStringLiteral("so")}));
-    repository().prefetchWords(QStringLiteral("m2"));
-    repository().removeBots({lucia});
+    repository().glossing().prefetchWords(QStringLiteral("m2"));
+    repository().editing().removeBots({lucia});
     const StoredState removed = phone->state();
     settleGlosses(QStringLiteral("m2"));
     EXPECT_EQ(endpoints.requests().size(), 2);
@@ -125,10 +125,10 @@ TEST_F(WordGlossingTest, SelectionsShareOneCacheEntryWhateverTheirCaseAndBlanks)
     open({});
     endpoints.setLookupAnswer(
         TranslateFixture::lookup(QStringLiteral("cat"), {QStringLiteral("tomcat")}));
-    const auto first =
-        run(repository().translate(QStringLiteral("Spanish"), QStringLiteral("  Gato ")));
+    const auto first = run(
+        repository().glossing().translate(QStringLiteral("Spanish"), QStringLiteral("  Gato ")));
     const auto second =
-        run(repository().translate(QStringLiteral("spanish"), QStringLiteral("gato")));
+        run(repository().glossing().translate(QStringLiteral("spanish"), QStringLiteral("gato")));
     ASSERT_TRUE(first.ok() && second.ok());
     EXPECT_EQ(first.value(), (Meaning{QStringLiteral("cat"), {QStringLiteral("tomcat")}}));
     EXPECT_EQ(second.value(), first.value());
@@ -140,7 +140,7 @@ TEST_F(WordGlossingTest, SelectionsShareOneCacheEntryWhateverTheirCaseAndBlanks)
     // A failed lookup is passed on and caches nothing.
     endpoints.setLookupAnswer(TranslateFixture::status(429));
     const auto failed =
-        run(repository().translate(QStringLiteral("Spanish"), QStringLiteral("perro")));
+        run(repository().glossing().translate(QStringLiteral("Spanish"), QStringLiteral("perro")));
     ASSERT_FALSE(failed.ok());
     EXPECT_EQ(failed.error().error, FreeTranslatorError::Unavailable);
     EXPECT_EQ(phone->state().translationCache.size(), 1);
@@ -153,7 +153,7 @@ TEST_F(WordGlossingTest, TheCacheKeepsFiveHundredEntries) {
                                      Meaning{QStringLiteral("w"), {}});
     open(seed);
     const auto meaning =
-        run(repository().translate(QStringLiteral("Spanish"), QStringLiteral("casa")));
+        run(repository().glossing().translate(QStringLiteral("Spanish"), QStringLiteral("casa")));
     ASSERT_TRUE(meaning.ok());
     EXPECT_EQ(phone->state().translationCache.size(), WordGlossing::cacheLimit);
 }

@@ -41,7 +41,8 @@ int signInCommand(const QStringList& arguments) {
     }
 
     LocalApp app;
-    const auto outcome = waitForResult(app.repository.signInWithCode(parser.value(codeOption)));
+    const auto outcome =
+        waitForResult(app.repository.accounts().signInWithCode(parser.value(codeOption)));
     app.finish();
     if (!outcome.ok()) {
         printBareError(AccountFlows::failureLine(outcome.error()));
@@ -60,7 +61,7 @@ int signOutCommand(const QStringList& arguments) {
 
     LocalApp app;
     const std::optional<QString> owner = app.session.owner();
-    QCoro::waitFor(app.repository.signOut());
+    QCoro::waitFor(app.repository.accounts().signOut());
     app.repository.flush();
     if (!owner) {
         printError(QStringLiteral("sign-out: nobody was signed in"));
@@ -80,7 +81,7 @@ int syncCommand(const QStringList& arguments) {
     LocalApp app;
     if (!requireSession(app, QStringLiteral("sync")))
         return BadInput;
-    QCoro::waitFor(app.repository.refresh());
+    QCoro::waitFor(app.repository.synchronisation().refresh());
     app.repository.flush();
     if (!app.session.token()) {
         printError(QStringLiteral("sync: the service ended the session; sign in again"));
@@ -121,7 +122,7 @@ int nudgeCommand(const QStringList& arguments) {
     QSet<QString> before;
     for (const ChatMessage& message : app.repository.state().messages)
         before.insert(message.id);
-    QCoro::waitFor(app.repository.runScheduledNudges(app.clock.nowMillis()));
+    QCoro::waitFor(app.repository.nudges().run(app.clock.nowMillis()));
     app.finish();
 
     const StoredState& state = app.repository.state();

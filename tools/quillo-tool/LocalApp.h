@@ -25,7 +25,7 @@ struct LocalApp {
     // Sends what changed up at once, as the app does after a quiet moment, and leaves the
     // files as the app would: a command ends long before any quiet period would.
     void finish() {
-        QCoro::waitFor(repository.sync(false));
+        QCoro::waitFor(repository.synchronisation().sync(false));
         repository.flush();
     }
 };

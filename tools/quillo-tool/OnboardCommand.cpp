@@ -33,8 +33,9 @@ int onboardCommand(const QStringList& arguments) {
     }
 
     LocalApp app;
-    app.repository.completeOnboarding(parser.value(nameOption), parser.value(nativeOption),
-                                      parser.values(languageOption), parser.values(interestOption));
+    app.repository.editing().completeOnboarding(
+        parser.value(nameOption), parser.value(nativeOption), parser.values(languageOption),
+        parser.values(interestOption));
     app.finish();
     for (const BotProfile& bot : app.repository.state().bots)
         printLine((bot.displayName + QStringLiteral(" (") + bot.targetLanguage + u')').toUtf8());

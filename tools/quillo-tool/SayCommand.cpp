@@ -71,9 +71,9 @@ int sayCommand(const QStringList& arguments) {
     QStringList errors;
     QObject::connect(&repository, &ChatRepository::errorOccurred,
                      [&errors](const QString& line) { errors.append(line); });
-    repository.addUserMessage(bot->id, text);
+    repository.conversation().addUserMessage(bot->id, text);
     const qint64 sentAt = repository.state().messagesFor(bot->id).last().createdAt;
-    QCoro::waitFor(repository.answerLatest(bot->id));
+    QCoro::waitFor(repository.conversation().answerLatest(bot->id));
     // The conversation reaches the account at once, and the files are left as the app would.
     app.finish();
 

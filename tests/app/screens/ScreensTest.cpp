@@ -75,7 +75,7 @@ TEST_F(ScreensRenderTest, EveryScreenOfASetUpUserRendersWithoutWarnings) {
     grab(QStringLiteral("contact-edit"));
     controller->navigation().closeSheet();
 
-    controller->repository().setTheme(ThemeChoice::Dark);
+    controller->repository().editing().setTheme(ThemeChoice::Dark);
     ASSERT_TRUE(spinUntil([this] { return context->appearance()->dark(); }));
     grab(QStringLiteral("chats-dark"));
 

@@ -49,7 +49,8 @@ protected:
 
 TEST_F(ConversationFlowTest, TheUsersMessageIsStoredTrimmedAndTheChatIsRead) {
     clock.set(1'700'000'123'456);
-    repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral("  hola\n¿qué tal? \n"));
+    repository->conversation().addUserMessage(QStringLiteral("lucia"),
+                                              QStringLiteral("  hola\n¿qué tal? \n"));
     const StoredState& state = repository->state();
     ASSERT_EQ(state.messages.size(), 1);
     const ChatMessage& message = state.messages.last();
@@ -69,8 +70,8 @@ TEST_F(ConversationFlowTest, TheUsersMessageIsStoredTrimmedAndTheChatIsRead) {
 }
 
 TEST_F(ConversationFlowTest, BlankTextOrAnUnknownContactChangesNothing) {
-    repository->addUserMessage(QStringLiteral("lucia"), QStringLiteral(" \n\t "));
-    repository->addUserMessage(QStringLiteral("nobody"), QStringLiteral("hola"));
+    repository->conversation().addUserMessage(QStringLiteral("lucia"), QStringLiteral(" \n\t "));
+    repository->conversation().addUserMessage(QStringLiteral("nobody"), QStringLiteral("hola"));
     EXPECT_TRUE(repository->state().messages.isEmpty());
     EXPECT_EQ(published, 0);
 }

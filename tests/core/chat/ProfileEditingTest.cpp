@@ -83,31 +83,32 @@ private:
 
 TEST_F(ProfileEditingTest, AnEditThatChangesNothingNeitherPublishesNorWrites) {
     ChatRepository& repository = open();
-    repository.saveProfile([](UserProfile&) {});
-    repository.setTheme(ThemeChoice::System);
-    repository.markRead(QStringLiteral("nobody"));
-    repository.forget(QStringLiteral("nobody"));
-    repository.removeLanguage(QStringLiteral("  "));
+    repository.editing().saveProfile([](UserProfile&) {});
+    repository.editing().setTheme(ThemeChoice::System);
+    repository.editing().markRead(QStringLiteral("nobody"));
+    repository.editing().forget(QStringLiteral("nobody"));
+    repository.editing().removeLanguage(QStringLiteral("  "));
     EXPECT_EQ(published, 0);
     EXPECT_FALSE(fileExists());
 
-    repository.setTheme(ThemeChoice::Dark);
+    repository.editing().setTheme(ThemeChoice::Dark);
     EXPECT_EQ(published, 1);
     EXPECT_EQ(onDisk(), repository.state());
     ASSERT_TRUE(QFile::remove(path()));
-    repository.setTheme(ThemeChoice::Dark);
-    repository.saveProfile([](UserProfile& profile) { profile.about = QString(); });
+    repository.editing().setTheme(ThemeChoice::Dark);
+    repository.editing().saveProfile([](UserProfile& profile) { profile.about = QString(); });
     EXPECT_EQ(published, 1);
     EXPECT_FALSE(fileExists());
 }
 
 TEST_F(ProfileEditingTest, SaveBotAppendsNewContactsAndKeepsThePlaceOfKnownOnes) {
     ChatRepository& repository = open();
-    repository.completeOnboarding(QStringLiteral("Ana"), QStringLiteral("English"),
-                                  {QStringLiteral("Spanish"), QStringLiteral("Japanese")}, {});
+    repository.editing().completeOnboarding(QStringLiteral("Ana"), QStringLiteral("English"),
+                                            {QStringLiteral("Spanish"), QStringLiteral("Japanese")},
+                                            {});
     BotProfile added = StarterBots::blank(QStringLiteral("French"), 2);
     added.displayName = QStringLiteral("Lu");
-    repository.saveBot(added);
+    repository.editing().saveBot(added);
     ASSERT_EQ(repository.state().bots.size(), 3);
     EXPECT_EQ(repository.state().bots.last(), added);
     EXPECT_EQ(repository.state().profile.languages.last().language, u"French");
@@ -115,7 +116,7 @@ TEST_F(ProfileEditingTest, SaveBotAppendsNewContactsAndKeepsThePlaceOfKnownOnes)
     BotProfile renamed = repository.state().bots.first();
     renamed.displayName = QStringLiteral("Rosa");
     renamed.targetLanguage = QStringLiteral("Italian");
-    repository.saveBot(renamed);
+    repository.editing().saveBot(renamed);
     ASSERT_EQ(repository.state().bots.size(), 3);
     EXPECT_EQ(repository.state().bots.first(), renamed);
     QStringList languages;
@@ -135,12 +136,12 @@ TEST_F(ProfileEditingTest, ForgetRemovesExactMatchesOnly) {
     seed(state.withSyncedLanguages());
     ChatRepository& repository = open();
 
-    repository.forget(bot.id, QStringLiteral("LIKES TEA"));
+    repository.editing().forget(bot.id, QStringLiteral("LIKES TEA"));
     EXPECT_EQ(published, 0);
-    repository.forget(bot.id, QStringLiteral("Likes tea"));
+    repository.editing().forget(bot.id, QStringLiteral("Likes tea"));
     EXPECT_EQ(repository.state().bots.first().memories,
               QStringList({QStringLiteral("likes tea"), QStringLiteral("Has a dog")}));
-    repository.forget(bot.id);
+    repository.editing().forget(bot.id);
     EXPECT_TRUE(repository.state().bots.first().memories.isEmpty());
     EXPECT_EQ(published, 2);
     EXPECT_EQ(onDisk(), repository.state());
@@ -160,7 +161,7 @@ TEST_F(ProfileEditingTest, RemovingContactsTakesTheirChatsMarksAndUnusedLanguage
     seed(state.withSyncedLanguages());
     ChatRepository& repository = open();
 
-    repository.removeBots({QStringLiteral("ja")});
+    repository.editing().removeBots({QStringLiteral("ja")});
     const StoredState& after = repository.state();
     ASSERT_EQ(after.profile.languages.size(), 1);
     EXPECT_EQ(after.profile.languages.first().level, CefrLevel::B2);
@@ -169,11 +170,11 @@ TEST_F(ProfileEditingTest, RemovingContactsTakesTheirChatsMarksAndUnusedLanguage
     EXPECT_EQ(after.nextNudgeAt.keys(), QStringList({QStringLiteral("es"), QStringLiteral("es2")}));
 
     // The language's settings go through its key, whatever the spelling.
-    repository.saveLanguage(LanguageSettings(QStringLiteral("SPANISH"), CefrLevel::C1));
+    repository.editing().saveLanguage(LanguageSettings(QStringLiteral("SPANISH"), CefrLevel::C1));
     EXPECT_EQ(repository.state().profile.languages.first().level, CefrLevel::C1);
     EXPECT_EQ(repository.state().profile.languages.first().language, u"Spanish");
 
-    repository.removeLanguage(QStringLiteral(" spanish"));
+    repository.editing().removeLanguage(QStringLiteral(" spanish"));
     EXPECT_TRUE(repository.state().bots.isEmpty());
     EXPECT_TRUE(repository.state().messages.isEmpty());
     EXPECT_TRUE(repository.state().profile.languages.isEmpty());
@@ -183,16 +184,16 @@ TEST_F(ProfileEditingTest, RemovingContactsTakesTheirChatsMarksAndUnusedLanguage
 
 TEST_F(ProfileEditingTest, AddingALanguageContinuesTheStarterDealUnlessItIsPractised) {
     ChatRepository& repository = open();
-    repository.completeOnboarding(QStringLiteral("Ana"), QStringLiteral("English"),
-                                  {QStringLiteral("Chinese")},
-                                  {QStringLiteral("tea"), QStringLiteral("film")});
+    repository.editing().completeOnboarding(QStringLiteral("Ana"), QStringLiteral("English"),
+                                            {QStringLiteral("Chinese")},
+                                            {QStringLiteral("tea"), QStringLiteral("film")});
     const int before = published;
-    repository.addLanguage(QStringLiteral("Mandarin"));
-    repository.addLanguage(QStringLiteral(" \n "));
+    repository.editing().addLanguage(QStringLiteral("Mandarin"));
+    repository.editing().addLanguage(QStringLiteral(" \n "));
     EXPECT_EQ(published, before);
     EXPECT_EQ(repository.state().bots.size(), 1);
 
-    repository.addLanguage(QStringLiteral(" Korean "));
+    repository.editing().addLanguage(QStringLiteral(" Korean "));
     ASSERT_EQ(repository.state().bots.size(), 2);
     const BotProfile& added = repository.state().bots.last();
     EXPECT_EQ(added.targetLanguage, u"Korean");
@@ -219,14 +220,14 @@ TEST_F(ProfileEditingTest, OnboardingStartsOverButKeepsThisDevicesPreferences) {
     seed(state.withSyncedLanguages());
     ChatRepository& repository = open();
 
-    repository.completeOnboarding(QStringLiteral("  Ana \n"), QStringLiteral(" English "),
-                                  {QStringLiteral("Chinese"), QStringLiteral("mandarin"),
-                                   QStringLiteral(""), QStringLiteral("Spanish")},
-                                  {QStringLiteral("tea")});
+    repository.editing().completeOnboarding(QStringLiteral("  Ana \n"), QStringLiteral(" English "),
+                                            {QStringLiteral("Chinese"), QStringLiteral("mandarin"),
+                                             QStringLiteral(""), QStringLiteral("Spanish")},
+                                            {QStringLiteral("tea")});
     const QList<BotProfile> first = repository.state().bots;
-    repository.completeOnboarding(QStringLiteral("Ana"), QStringLiteral("English"),
-                                  {QStringLiteral("Chinese"), QStringLiteral("Spanish")},
-                                  {QStringLiteral("tea")});
+    repository.editing().completeOnboarding(QStringLiteral("Ana"), QStringLiteral("English"),
+                                            {QStringLiteral("Chinese"), QStringLiteral("Spanish")},
+                                            {QStringLiteral("tea")});
     const StoredState& after = repository.state();
     ASSERT_EQ(after.bots.size(), 2);
     EXPECT_NE(after.bots.first().id, first.first().id);
@@ -257,25 +258,25 @@ TEST_F(ProfileEditingTest, ReadingMarksComeFromTheClock) {
     ChatRepository& repository = open();
 
     clock.set(1'750'000'000'123);
-    repository.markRead(QStringLiteral("b1"));
+    repository.editing().markRead(QStringLiteral("b1"));
     EXPECT_EQ(repository.state().lastReadAt.value(QStringLiteral("b1")), 1'750'000'000'123);
     clock.advance(5);
-    repository.openConversation(QStringLiteral("b1"));
+    repository.editing().openConversation(QStringLiteral("b1"));
     EXPECT_EQ(repository.state().lastReadAt.value(QStringLiteral("b1")), 1'750'000'000'128);
     EXPECT_EQ(onDisk(), repository.state());
 }
 
 TEST_F(ProfileEditingTest, PreferencesAreSavedAndUnusableTextSettingsAreRefused) {
     ChatRepository& repository = open();
-    repository.setNotificationsEnabled(false);
-    repository.setWordTranslations(false);
-    repository.setBotsCanStartConversations(true);
-    repository.setSpeechLanguage(QStringLiteral("Greek"));
+    repository.editing().setNotificationsEnabled(false);
+    repository.editing().setWordTranslations(false);
+    repository.editing().setBotsCanStartConversations(true);
+    repository.editing().setSpeechLanguage(QStringLiteral("Greek"));
     EXPECT_EQ(published, 4);
 
     TextSettings broken;
     broken.readingGap = std::numeric_limits<double>::quiet_NaN();
-    repository.setTextSettings(broken);
+    repository.editing().setTextSettings(broken);
     EXPECT_EQ(errors, QStringList({QStringLiteral("Couldn't use these text settings.")}));
     EXPECT_EQ(repository.state().textSettings, TextSettings());
     EXPECT_EQ(published, 4);
