@@ -19,8 +19,12 @@ bool sameRequest(const LayoutRequest& a, const LayoutRequest& b) {
 } // namespace
 
 MessageListModel::MessageListModel(ChatRepository& repository, QObject* parent)
+    : MessageListModel(repository, layOutMessage, parent) {}
+
+MessageListModel::MessageListModel(ChatRepository& repository, LayOut layOut, QObject* parent)
     : QAbstractListModel(parent)
-    , m_repository(repository) {
+    , m_repository(repository)
+    , m_layOut(std::move(layOut)) {
     connect(&repository, &ChatRepository::stateChanged, this, &MessageListModel::update);
 }
 
@@ -105,8 +109,7 @@ const MessageLayout& MessageListModel::layoutOf(const Entry& entry) const {
     auto cached = m_layouts.find(entry.message.id);
     if (cached != m_layouts.end() && sameRequest(cached->first, request))
         return cached->second;
-    ++m_layoutsBuilt;
-    return m_layouts.insert(entry.message.id, {request, layOutMessage(request)})->second;
+    return m_layouts.insert(entry.message.id, {request, m_layOut(request)})->second;
 }
 
 int MessageListModel::rowCount(const QModelIndex& parent) const {

@@ -8,6 +8,8 @@
 #include <QHash>
 #include <QtQml/qqmlregistration.h>
 
+#include <functional>
+
 namespace quillo {
 
 class ChatRepository;
@@ -38,7 +40,11 @@ public:
         LinesRole,    // [[{text, gloss, reading, start, word}]], what the message view draws
     };
 
+    // Lays out one message; the word break and transliteration of the language layer unless given.
+    using LayOut = std::function<MessageLayout(const LayoutRequest&)>;
+
     explicit MessageListModel(ChatRepository& repository, QObject* parent = nullptr);
+    MessageListModel(ChatRepository& repository, LayOut layOut, QObject* parent = nullptr);
 
     const QString& botId() const { return m_botId; }
     void setBotId(const QString& botId);
@@ -48,10 +54,6 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
-
-    // How many message layouts have been built so far (each costs a word break and, with
-    // readings, a transliteration per word).
-    int layoutsBuilt() const { return m_layoutsBuilt; }
 
 Q_SIGNALS:
     void botIdChanged();
@@ -73,11 +75,11 @@ private:
     bool m_newestFirst = false;
 
     ChatRepository& m_repository;
+    LayOut m_layOut;
     QString m_botId;
     QList<Entry> m_entries;
     // By message id; an entry is laid out again when its text, glosses or settings change.
     mutable QHash<QString, std::pair<LayoutRequest, MessageLayout>> m_layouts;
-    mutable int m_layoutsBuilt = 0;
 };
 
 } // namespace quillo
