@@ -178,6 +178,11 @@ void ProfileEditing::setNotificationsEnabled(bool on) {
     m_document.apply([&](StoredState& state) { state.notificationsEnabled = on; }, Languages::Keep);
 }
 
+void ProfileEditing::setKeepRunningWhenClosed(bool on) {
+    m_document.apply([&](StoredState& state) { state.keepRunningWhenClosed = on; },
+                     Languages::Keep);
+}
+
 void ProfileEditing::setTheme(ThemeChoice choice) {
     m_document.apply([&](StoredState& state) { state.theme = choice; }, Languages::Keep);
 }

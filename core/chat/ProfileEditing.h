@@ -50,6 +50,7 @@ public:
     void removeLanguage(const QString& name);
 
     void setNotificationsEnabled(bool on);
+    void setKeepRunningWhenClosed(bool on);
     void setTheme(ThemeChoice choice);
     void setTextSettings(const TextSettings& settings);
     void setSpeechLanguage(const QString& name);

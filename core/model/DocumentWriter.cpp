@@ -263,6 +263,8 @@ QByteArray compactDocumentJson(const StoredState& state) {
     out.raw(']');
     out.key("botsCanStartConversations");
     out.boolean(state.botsCanStartConversations);
+    out.key("keepRunningWhenClosed");
+    out.boolean(state.keepRunningWhenClosed);
     out.key("lastReadAt");
     writeMap(out, state.lastReadAt, [&](qint64 at) { out.integer(at); });
     out.key("messages");

@@ -105,6 +105,7 @@ StoredState StoredState::forAccount() const {
     account.nextNudgeAt = fresh.nextNudgeAt;
     account.botsCanStartConversations = fresh.botsCanStartConversations;
     account.notificationsEnabled = fresh.notificationsEnabled;
+    account.keepRunningWhenClosed = fresh.keepRunningWhenClosed;
     account.theme = fresh.theme;
     account.translationCache = fresh.translationCache;
     account.textSettings = fresh.textSettings;
@@ -116,6 +117,7 @@ StoredState StoredState::signedOut() const {
     StoredState device;
     device.botsCanStartConversations = botsCanStartConversations;
     device.notificationsEnabled = notificationsEnabled;
+    device.keepRunningWhenClosed = keepRunningWhenClosed;
     device.theme = theme;
     device.textSettings = textSettings;
     return device;
@@ -143,6 +145,8 @@ Decoded<StoredState> StoredState::fromJson(const QJsonValue& value) {
                                           .value_or(fresh.botsCanStartConversations);
     state.notificationsEnabled = r.lenient<bool>(QStringLiteral("notificationsEnabled"))
                                      .value_or(fresh.notificationsEnabled);
+    state.keepRunningWhenClosed = r.lenient<bool>(QStringLiteral("keepRunningWhenClosed"))
+                                      .value_or(fresh.keepRunningWhenClosed);
     state.wordTranslations =
         r.lenient<bool>(QStringLiteral("wordTranslations")).value_or(fresh.wordTranslations);
     state.theme = r.lenient<ThemeChoice>(QStringLiteral("theme")).value_or(fresh.theme);
@@ -165,6 +169,7 @@ QJsonObject StoredState::toJson() const {
         {QStringLiteral("nextNudgeAt"), encodeMap(nextNudgeAt)},
         {QStringLiteral("botsCanStartConversations"), botsCanStartConversations},
         {QStringLiteral("notificationsEnabled"), notificationsEnabled},
+        {QStringLiteral("keepRunningWhenClosed"), keepRunningWhenClosed},
         {QStringLiteral("wordTranslations"), wordTranslations},
         {QStringLiteral("theme"), toJsonValue(theme)},
         {QStringLiteral("translationCache"), encodeMap(translationCache)},

@@ -28,6 +28,7 @@ struct StoredState {
     QMap<QString, qint64> nextNudgeAt; // contact id -> when it may next write on its own
     bool botsCanStartConversations = false;
     bool notificationsEnabled = true;
+    bool keepRunningWhenClosed = true; // closing the window leaves Quillo running unseen
     bool wordTranslations = true;
     ThemeChoice theme = ThemeChoice::System;
     QMap<QString, Meaning> translationCache;

@@ -28,8 +28,8 @@
 // - wordTranslations, speechLanguage: downloaded; they travel with the account.
 // - lastReadAt: the later mark of the two, a missing one counting as 0, so a chat read on any
 //   device is read everywhere.
-// - nextNudgeAt, botsCanStartConversations, notificationsEnabled, theme, textSettings,
-//   translationCache: local; the upload carries none of them.
+// - nextNudgeAt, botsCanStartConversations, notificationsEnabled, keepRunningWhenClosed,
+//   theme, textSettings, translationCache: local; the upload carries none of them.
 // - reading marks and schedule entries are kept only for contacts the merged document has.
 
 namespace quillo {

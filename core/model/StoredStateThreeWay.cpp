@@ -39,8 +39,8 @@
 // - lastReadAt: likewise the other side's marks when one side changed neither its contacts nor
 //   its marks, else the later mark of the two, a missing one counting as 0, so a chat read on
 //   any device is read everywhere.
-// - nextNudgeAt, botsCanStartConversations, notificationsEnabled, theme, textSettings,
-//   translationCache: local; they never leave this device.
+// - nextNudgeAt, botsCanStartConversations, notificationsEnabled, keepRunningWhenClosed,
+//   theme, textSettings, translationCache: local; they never leave this device.
 // - reading marks and schedule entries are kept only for contacts the merged document has.
 
 namespace quillo {

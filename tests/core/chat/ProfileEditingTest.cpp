@@ -215,6 +215,7 @@ TEST_F(ProfileEditingTest, OnboardingStartsOverButKeepsThisDevicesPreferences) {
     state.profile.about = QStringLiteral("I design things.");
     state.theme = ThemeChoice::Dark;
     state.notificationsEnabled = false;
+    state.keepRunningWhenClosed = false;
     state.speechLanguage = QStringLiteral("French");
     state.textSettings.textSize = 20;
     seed(state.withSyncedLanguages());
@@ -246,6 +247,7 @@ TEST_F(ProfileEditingTest, OnboardingStartsOverButKeepsThisDevicesPreferences) {
 
     EXPECT_EQ(after.theme, ThemeChoice::Dark);
     EXPECT_FALSE(after.notificationsEnabled);
+    EXPECT_FALSE(after.keepRunningWhenClosed);
     EXPECT_EQ(after.speechLanguage, u"French");
     EXPECT_EQ(after.textSettings.textSize, 20);
     EXPECT_EQ(onDisk(), after);
@@ -272,17 +274,19 @@ TEST_F(ProfileEditingTest, PreferencesAreSavedAndUnusableTextSettingsAreRefused)
     repository.editing().setWordTranslations(false);
     repository.editing().setBotsCanStartConversations(true);
     repository.editing().setSpeechLanguage(QStringLiteral("Greek"));
-    EXPECT_EQ(published, 4);
+    repository.editing().setKeepRunningWhenClosed(false);
+    EXPECT_EQ(published, 5);
 
     TextSettings broken;
     broken.readingGap = std::numeric_limits<double>::quiet_NaN();
     repository.editing().setTextSettings(broken);
     EXPECT_EQ(errors, QStringList({QStringLiteral("Couldn't use these text settings.")}));
     EXPECT_EQ(repository.state().textSettings, TextSettings());
-    EXPECT_EQ(published, 4);
+    EXPECT_EQ(published, 5);
 
     const StoredState saved = onDisk();
     EXPECT_EQ(saved, repository.state());
     EXPECT_TRUE(saved.botsCanStartConversations);
     EXPECT_EQ(saved.speechLanguage, u"Greek");
+    EXPECT_FALSE(saved.keepRunningWhenClosed);
 }

@@ -37,6 +37,7 @@ StoredState richDocument() {
     state.lastReadAt = {{QStringLiteral("b1"), 1'700'000'000'002}};
     state.nextNudgeAt = {{QStringLiteral("b2"), -5}};
     state.botsCanStartConversations = true;
+    state.keepRunningWhenClosed = false;
     state.theme = ThemeChoice::Dark;
     state.translationCache = {
         {QStringLiteral("ja|en|駅"), Meaning{QStringLiteral("station"), {QStringLiteral("stop")}}}};

@@ -133,6 +133,7 @@ TEST(StoredStateMerge, DevicePreferencesAndScheduleStayLocal) {
     local.nextNudgeAt = {{QStringLiteral("a"), 100}, {QStringLiteral("gone"), 200}};
     local.botsCanStartConversations = true;
     local.notificationsEnabled = false;
+    local.keepRunningWhenClosed = false;
     local.theme = ThemeChoice::Light;
     local.textSettings.textSize = 20;
     local.translationCache = {{QStringLiteral("key"), Meaning{QStringLiteral("cat"), {}}}};
@@ -149,6 +150,7 @@ TEST(StoredStateMerge, DevicePreferencesAndScheduleStayLocal) {
     EXPECT_EQ(merged.nextNudgeAt, (QMap<QString, qint64>{{QStringLiteral("a"), 100}}));
     EXPECT_TRUE(merged.botsCanStartConversations);
     EXPECT_FALSE(merged.notificationsEnabled);
+    EXPECT_FALSE(merged.keepRunningWhenClosed);
     EXPECT_EQ(merged.theme, ThemeChoice::Light);
     EXPECT_EQ(merged.textSettings, local.textSettings);
     EXPECT_EQ(merged.translationCache, local.translationCache);

@@ -51,6 +51,7 @@ StoredState fullDocument() {
     state.nextNudgeAt = {{QStringLiteral("lucia"), 1800000000000}};
     state.botsCanStartConversations = true;
     state.notificationsEnabled = false;
+    state.keepRunningWhenClosed = false;
     state.wordTranslations = false;
     state.theme = ThemeChoice::Dark;
     state.translationCache = {{QStringLiteral("es|en|gato"), Meaning{QStringLiteral("cat"), {}}}};
@@ -67,6 +68,7 @@ TEST(StoredState, AnEmptyObjectIsTheFreshDocument) {
     EXPECT_FALSE(state.profile.setupCompleted);
     EXPECT_FALSE(state.botsCanStartConversations);
     EXPECT_TRUE(state.notificationsEnabled);
+    EXPECT_TRUE(state.keepRunningWhenClosed) << "closing the window leaves Quillo running";
     EXPECT_TRUE(state.wordTranslations);
     EXPECT_EQ(state.theme, ThemeChoice::System);
     EXPECT_EQ(decodeOk(json(R"({"profile":null,"bots":null,"messages":null})")), StoredState());
@@ -75,11 +77,13 @@ TEST(StoredState, AnEmptyObjectIsTheFreshDocument) {
 TEST(StoredState, SettingsAndMapsFallBackToTheirDefaultsOnTheirOwn) {
     const StoredState state = decodeOk(json(R"({
         "notificationsEnabled": "no", "botsCanStartConversations": 1, "wordTranslations": false,
+        "keepRunningWhenClosed": null,
         "theme": "PURPLE", "lastReadAt": [1, 2],
         "nextNudgeAt": {"lucia": 1800000000000, "kenji": "soon"},
         "translationCache": {"a": {"text": "cat"}, "b": {"alternatives": []}},
         "textSettings": "large", "speechLanguage": 7})"));
     EXPECT_TRUE(state.notificationsEnabled);
+    EXPECT_TRUE(state.keepRunningWhenClosed);
     EXPECT_FALSE(state.botsCanStartConversations);
     EXPECT_FALSE(state.wordTranslations); // a valid neighbour is still read
     EXPECT_EQ(state.theme, ThemeChoice::System);
@@ -112,14 +116,14 @@ TEST(StoredState, AFailureInsideProfileContactsOrMessagesFailsTheDocument) {
 TEST(StoredState, EncodingWritesEveryFieldAndRoundTrips) {
     const StoredState state = fullDocument();
     const QJsonObject encoded = state.toJson();
-    EXPECT_EQ(
-        encoded.keys(),
-        (QStringList{QStringLiteral("bots"), QStringLiteral("botsCanStartConversations"),
-                     QStringLiteral("lastReadAt"), QStringLiteral("messages"),
-                     QStringLiteral("nextNudgeAt"), QStringLiteral("notificationsEnabled"),
-                     QStringLiteral("profile"), QStringLiteral("speechLanguage"),
-                     QStringLiteral("textSettings"), QStringLiteral("theme"),
-                     QStringLiteral("translationCache"), QStringLiteral("wordTranslations")}));
+    EXPECT_EQ(encoded.keys(),
+              (QStringList{QStringLiteral("bots"), QStringLiteral("botsCanStartConversations"),
+                           QStringLiteral("keepRunningWhenClosed"), QStringLiteral("lastReadAt"),
+                           QStringLiteral("messages"), QStringLiteral("nextNudgeAt"),
+                           QStringLiteral("notificationsEnabled"), QStringLiteral("profile"),
+                           QStringLiteral("speechLanguage"), QStringLiteral("textSettings"),
+                           QStringLiteral("theme"), QStringLiteral("translationCache"),
+                           QStringLiteral("wordTranslations")}));
     EXPECT_EQ(decodeOk(encoded), state);
     EXPECT_EQ(decodeOk(StoredState().toJson()), StoredState());
 
@@ -209,6 +213,7 @@ TEST(StoredState, TheAccountCopyDropsGlossesAndDevicePreferences) {
     expected.nextNudgeAt = fresh.nextNudgeAt;
     expected.botsCanStartConversations = fresh.botsCanStartConversations;
     expected.notificationsEnabled = fresh.notificationsEnabled;
+    expected.keepRunningWhenClosed = fresh.keepRunningWhenClosed;
     expected.theme = fresh.theme;
     expected.translationCache = fresh.translationCache;
     expected.textSettings = fresh.textSettings;
@@ -220,6 +225,7 @@ TEST(StoredState, SigningOutKeepsOnlyThisDevicesPreferences) {
     StoredState expected;
     expected.botsCanStartConversations = true;
     expected.notificationsEnabled = false;
+    expected.keepRunningWhenClosed = false;
     expected.theme = ThemeChoice::Dark;
     expected.textSettings = state.textSettings;
     EXPECT_EQ(state.signedOut(), expected);

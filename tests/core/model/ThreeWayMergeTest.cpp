@@ -161,6 +161,7 @@ TEST(ThreeWayMerge, GlossesAndDevicePreferencesStay) {
     glossed.words = {WordGloss{QStringLiteral("text"), QStringLiteral("texto")}};
     local.messages.replace(0, glossed);
     local.theme = ThemeChoice::Dark;
+    local.keepRunningWhenClosed = false;
     local.nextNudgeAt = {{QStringLiteral("a"), 100}, {QStringLiteral("c"), 200}};
     StoredState downloaded = removing(base(), QStringLiteral("c"));
     downloaded.messages.append(message(QStringLiteral("b2"), 50, QStringLiteral("b")));
@@ -168,6 +169,7 @@ TEST(ThreeWayMerge, GlossesAndDevicePreferencesStay) {
     const StoredState merged = local.merging(base(), downloaded);
     EXPECT_EQ(merged.messages.at(0), glossed);
     EXPECT_EQ(merged.theme, ThemeChoice::Dark);
+    EXPECT_FALSE(merged.keepRunningWhenClosed);
     EXPECT_EQ(merged.nextNudgeAt.keys(), split("a"));
     // Nothing new from the service: the document stays as it is, chunks still shared.
     const StoredState same = local.merging(base(), base());
