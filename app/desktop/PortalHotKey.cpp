@@ -2,22 +2,17 @@
 #include "PortalHotKey.h"
 
 #include "DesktopLog.h"
+#include "PortalRequest.h"
 
 #include <QDBusArgument>
-#include <QDBusMessage>
 #include <QDBusMetaType>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QLoggingCategory>
 
 namespace quillo {
 
 namespace {
 
-const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString shortcutsInterface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
-const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
 
 // Portals have sent the session handle both as a string and as an object path.
 QString pathText(const QVariant& value) {
@@ -61,7 +56,7 @@ PortalHotKey::PortalHotKey(QDBusConnection bus, QObject* parent)
     qDBusRegisterMetaType<QList<PortalShortcut>>();
     if (!m_bus.isConnected())
         return;
-    const QVariantMap options{{QStringLiteral("handle_token"), nextToken()},
+    const QVariantMap options{{QStringLiteral("handle_token"), portal::nextToken()},
                               {QStringLiteral("session_handle_token"), QStringLiteral("quillo")}};
     request(QStringLiteral("CreateSession"), {options}, SLOT(sessionCreated(uint, QVariantMap)));
 }
@@ -70,36 +65,13 @@ QString PortalHotKey::shortcutId() {
     return QStringLiteral("open-quillo");
 }
 
-QString PortalHotKey::nextToken() {
-    return QStringLiteral("quillo%1").arg(++m_tokens);
-}
-
-void PortalHotKey::request(const QString& method, QList<QVariant> arguments,
+void PortalHotKey::request(const QString& method, const QList<QVariant>& arguments,
                            const char* onResponse) {
-    // The options map is always last and carries the handle token.
-    const QString token =
-        arguments.constLast().toMap().value(QStringLiteral("handle_token")).toString();
-    QString sender = m_bus.baseService().mid(1);
-    sender.replace(u'.', u'_');
-    const QString requestPath = portalPath + QStringLiteral("/request/") + sender + u'/' + token;
-    m_bus.connect(portalService, requestPath, requestInterface, QStringLiteral("Response"), this,
-                  onResponse);
-
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(portalService, portalPath, shortcutsInterface, method);
-    call.setArguments(arguments);
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, method, requestPath, onResponse](QDBusPendingCallWatcher* finished) {
-                finished->deleteLater();
-                if (!finished->isError())
-                    return;
-                qCInfo(lcHotKey) << "no global shortcuts portal:" << method
-                                 << finished->error().message();
-                m_bus.disconnect(portalService, requestPath, requestInterface,
-                                 QStringLiteral("Response"), this, onResponse);
-                Q_EMIT unavailable();
-            });
+    portal::request(m_bus, shortcutsInterface, method, arguments, this, onResponse,
+                    [this, method](const QString& message) {
+                        qCInfo(lcHotKey) << "no global shortcuts portal:" << method << message;
+                        Q_EMIT unavailable();
+                    });
 }
 
 void PortalHotKey::sessionCreated(uint response, const QVariantMap& results) {
@@ -113,15 +85,15 @@ void PortalHotKey::sessionCreated(uint response, const QVariantMap& results) {
         Q_EMIT unavailable();
         return;
     }
-    m_bus.connect(portalService, portalPath, shortcutsInterface, QStringLiteral("Activated"), this,
-                  SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    m_bus.connect(portal::service, portal::path, shortcutsInterface, QStringLiteral("Activated"),
+                  this, SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     const QList<PortalShortcut> shortcuts{
         {shortcutId(),
          {{QStringLiteral("description"), QStringLiteral("Bring Quillo forward")},
           {QStringLiteral("preferred_trigger"), QStringLiteral("CTRL+SHIFT+space")}}}};
     request(QStringLiteral("BindShortcuts"),
             {QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(shortcuts),
-             QString(), QVariantMap{{QStringLiteral("handle_token"), nextToken()}}},
+             QString(), QVariantMap{{QStringLiteral("handle_token"), portal::nextToken()}}},
             SLOT(shortcutsBound(uint, QVariantMap)));
 }
 

@@ -36,15 +36,11 @@ private Q_SLOTS:
                    const QVariantMap& options);
 
 private:
-    // Calls `method` with its arguments; the portal's answer arrives as the Response signal of
-    // a request object whose path follows from our bus name and the token, so we listen there
-    // before asking.
-    void request(const QString& method, QList<QVariant> arguments, const char* onResponse);
-    QString nextToken();
+    // Calls `method` of the shortcuts portal; its answer comes to `onResponse`.
+    void request(const QString& method, const QList<QVariant>& arguments, const char* onResponse);
 
     QDBusConnection m_bus;
     QString m_session;
-    int m_tokens = 0;
     bool m_registered = false;
 };
 
