@@ -94,6 +94,14 @@ void ProfileSettings::setNotificationsEnabled(bool on) {
     m_repository.editing().setNotificationsEnabled(on);
 }
 
+bool ProfileSettings::keepRunningWhenClosed() const {
+    return m_repository.state().keepRunningWhenClosed;
+}
+
+void ProfileSettings::setKeepRunningWhenClosed(bool on) {
+    m_repository.editing().setKeepRunningWhenClosed(on);
+}
+
 bool ProfileSettings::wordTranslations() const {
     return m_repository.state().wordTranslations;
 }

@@ -38,6 +38,9 @@ class ProfileSettings : public QObject {
                    setBotsCanStartConversations NOTIFY documentChanged)
     Q_PROPERTY(bool notificationsEnabled READ notificationsEnabled WRITE setNotificationsEnabled
                    NOTIFY documentChanged)
+    // Closing the window leaves Quillo running where there is no tray to stay in.
+    Q_PROPERTY(bool keepRunningWhenClosed READ keepRunningWhenClosed WRITE setKeepRunningWhenClosed
+                   NOTIFY documentChanged)
     Q_PROPERTY(bool wordTranslations READ wordTranslations WRITE setWordTranslations NOTIFY
                    documentChanged)
     Q_PROPERTY(int theme READ theme WRITE setTheme NOTIFY documentChanged)
@@ -71,6 +74,8 @@ public:
     void setBotsCanStartConversations(bool on);
     bool notificationsEnabled() const;
     void setNotificationsEnabled(bool on);
+    bool keepRunningWhenClosed() const;
+    void setKeepRunningWhenClosed(bool on);
     bool wordTranslations() const;
     void setWordTranslations(bool on);
     int theme() const;

@@ -94,9 +94,20 @@ bool DesktopApp::start() {
     }
     m_controller.start(
         m_context, LoginItem::isLoginLaunch(m_arguments, qEnvironmentVariable("XPC_SERVICE_NAME")));
-    // In the tray where the desktop has one: closing the window then leaves Quillo running, so
-    // replies and notifications still arrive. Until a tray turns up, closing the window quits;
-    // a quiet login start that finds none in time opens the window rather than run unseen.
+    // Closing the window leaves Quillo running, so that replies and contacts who write first
+    // still reach the user: always once it has a tray icon, else unless the user turned that
+    // off in the settings. The wiring is tied to the portal, which goes before the tray and the
+    // window do: the window closing on the way out is not going to the background.
+    m_background = std::make_unique<BackgroundPortal>(QDBusConnection::sessionBus());
+    followClosing();
+    QObject::connect(&m_controller.repository(), &ChatRepository::stateChanged, m_background.get(),
+                     [this] { followClosing(); });
+    QObject::connect(m_screens.mainWindow(), &QWindow::visibleChanged, m_background.get(),
+                     [this](bool visible) {
+                         if (!visible)
+                             wentToBackground();
+                     });
+    // A quiet login start that finds no tray in time opens the window rather than run unseen.
     if (qobject_cast<QApplication*>(QCoreApplication::instance())) {
         TrayWatch::Places places;
         if (QDBusConnection bus = QDBusConnection::sessionBus(); bus.isConnected())
@@ -124,7 +135,22 @@ void DesktopApp::showInTray() {
     m_tray->setUnread(m_context.unread());
     QObject::connect(&m_context, &AppContext::unreadChanged, m_tray.get(),
                      [this] { m_tray->setUnread(m_context.unread()); });
-    QGuiApplication::setQuitOnLastWindowClosed(false);
+    followClosing();
+}
+
+bool DesktopApp::keepsRunningWhenClosed() {
+    return m_tray || m_controller.repository().state().keepRunningWhenClosed;
+}
+
+void DesktopApp::followClosing() {
+    QGuiApplication::setQuitOnLastWindowClosed(!keepsRunningWhenClosed());
+}
+
+void DesktopApp::wentToBackground() {
+    if (m_tray || !keepsRunningWhenClosed())
+        return;
+    m_background->request(QStringLiteral("Quillo keeps running with its window closed, so that "
+                                         "replies and contacts who write first reach you."));
 }
 
 void DesktopApp::showWindowIfHidden() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/Clock.h"
+#include "desktop/BackgroundPortal.h"
 #include "desktop/GlobalHotKey.h"
 #include "desktop/PortalHotKey.h"
 #include "desktop/TrayWatch.h"
@@ -38,8 +39,14 @@ private:
     bool takeUrls(const QStringList& arguments);
     // The tray's "Open Quillo" and the hot key: the most relevant chat, in the window.
     void open();
-    // Quillo in the tray from now on: closing the window no longer quits.
+    // Quillo in the tray from now on: closing the window leaves the icon.
     void showInTray();
+    // Whether closing the window leaves Quillo running: in the tray, or as the user chose.
+    bool keepsRunningWhenClosed();
+    // Lets the last window's closing quit, or not, as keepsRunningWhenClosed says now.
+    void followClosing();
+    // The window is closed: running on without a tray, Quillo tells the desktop so, once.
+    void wentToBackground();
     // Nowhere to put an icon: the window, unless it is already on screen.
     void showWindowIfHidden();
 
@@ -50,6 +57,8 @@ private:
     ScreenEngine m_screens;
     std::unique_ptr<TrayWatch> m_trayWatch;
     std::unique_ptr<TrayIcon> m_tray;
+    // Declared after the tray: it goes first, and the connections that read the tray with it.
+    std::unique_ptr<BackgroundPortal> m_background;
     std::unique_ptr<GlobalHotKey> m_hotKey;
     std::unique_ptr<PortalHotKey> m_portalHotKey;
 };

@@ -13,6 +13,24 @@ Rectangle {
     signal newContact
     signal editContact(string botId)
 
+    // A menu entry with its keyboard shortcut at the right.
+    component ShortcutItem: MenuItem {
+        id: entry
+        property string keys
+        contentItem: RowLayout {
+            spacing: Theme.spacing * 3
+            Label {
+                Layout.fillWidth: true
+                text: entry.text
+                color: entry.highlighted ? entry.palette.highlightedText : entry.palette.text
+            }
+            Label {
+                text: entry.keys
+                color: entry.highlighted ? entry.palette.highlightedText : Theme.faintText
+            }
+        }
+    }
+
     Shortcut {
         sequences: ["Ctrl+R"]
         onActivated: App.refresh()
@@ -24,10 +42,6 @@ Rectangle {
     Shortcut {
         sequences: ["Ctrl+,"]
         onActivated: App.openSettings()
-    }
-    Shortcut {
-        sequences: ["Ctrl+Q"]
-        onActivated: Qt.quit()
     }
 
     ColumnLayout {
@@ -74,6 +88,36 @@ Rectangle {
                 ToolTip.delay: 600
                 ToolTip.text: "Settings"
                 onClicked: App.openSettings()
+            }
+            ToolButton {
+                objectName: "menuButton"
+                text: "⋮"
+                font.pixelSize: 16
+                ToolTip.visible: hovered && !menu.visible
+                ToolTip.delay: 600
+                ToolTip.text: "More"
+                onClicked: menu.open()
+
+                Menu {
+                    id: menu
+                    objectName: "windowMenu"
+                    x: parent.width - width
+                    y: parent.height
+                    ShortcutItem {
+                        text: "Settings…"
+                        keys: "Ctrl+,"
+                        onTriggered: App.openSettings()
+                    }
+                    MenuSeparator {
+                    }
+                    ShortcutItem {
+                        objectName: "quitItem"
+                        text: "Quit " + App.displayName
+                        keys: "Ctrl+Q"
+                        // The window's own shortcut does the same (MainWindow.qml).
+                        onTriggered: Qt.quit()
+                    }
+                }
             }
         }
 

@@ -211,7 +211,7 @@ Rectangle {
                 }
 
                 SectionTitle {
-                    text: "Starting"
+                    text: "Starting and closing"
                 }
                 SwitchRow {
                     objectName: "openAtLogin"
@@ -239,6 +239,14 @@ Rectangle {
                             loginProblem.text = line;
                         }
                     }
+                }
+
+                SwitchRow {
+                    objectName: "keepRunning"
+                    title: "Keep Quillo running when the window is closed"
+                    explanation: "Replies and contacts who write first still reach you. Quit from the ⋮ menu or with Ctrl+Q. With a tray icon, closing always leaves Quillo there."
+                    checked: sheet.settings.keepRunningWhenClosed
+                    onToggled: on => sheet.settings.keepRunningWhenClosed = on
                 }
 
                 Label {

@@ -41,6 +41,12 @@ ApplicationWindow {
 
     readonly property string screen: !App.account.signedIn ? "signIn" : !App.settings.setupCompleted ? "onboarding" : "chats"
 
+    // Quitting, on every screen: with the window closed Quillo would go on running.
+    Shortcut {
+        sequences: ["Ctrl+Q"]
+        onActivated: Qt.quit()
+    }
+
     Connections {
         target: App
         function onShowWindowRequested() {

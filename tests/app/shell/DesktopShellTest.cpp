@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../BackgroundPeer.h"
 #include "../EventsUntil.h"
 #include "../PrivateBus.h"
 #include "../StatusNotifierWatcher.h"
@@ -10,6 +11,7 @@
 
 #include <QApplication>
 #include <QDBusConnectionInterface>
+#include <QElapsedTimer>
 #include <QQuickWindow>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -23,6 +25,7 @@
 #include <memory>
 
 using namespace quillo;
+using quillo::apptest::BackgroundPeer;
 using quillo::apptest::eventsUntil;
 using quillo::apptest::PrivateBus;
 using quillo::apptest::StatusNotifierWatcher;
@@ -79,21 +82,37 @@ bool keepsRunningAfterClosing(QWindow& window) {
     return running;
 }
 
-// A signed-in user who is set up, in a support directory of the test's own, and a panel that
-// can come up on the session bus.
+// Presses `keys` on the X server inside the application's own event loop, and tells whether
+// the application quits; it stops looking once the X server has had five seconds to deliver.
+bool quitsOnPressing(const QString& keys) {
+    constexpr int stillRunning = 42;
+    QElapsedTimer waited;
+    QTimer giveUp;
+    giveUp.setInterval(10);
+    QObject::connect(&giveUp, &QTimer::timeout, qApp, [&waited] {
+        if (waited.elapsed() > 5000)
+            QCoreApplication::exit(stillRunning);
+    });
+    QTimer::singleShot(0, qApp, [&] {
+        EXPECT_TRUE(display->press(keys));
+        waited.start();
+        giveUp.start();
+    });
+    return QApplication::exec() != stillRunning;
+}
+
+// A signed-in user who is set up, in a support directory of the test's own, a panel that can
+// come up on the session bus and the desktop's background portal there.
 class TrayShellTest : public ::testing::Test {
 protected:
     QTemporaryDir support;
     ManualClock clock;
     StatusNotifierWatcher panel{bus->connect(QStringLiteral("panel"))};
+    BackgroundPeer portal{bus->connect(QStringLiteral("portal"))};
 
     void SetUp() override {
         qputenv("QUILLO_SUPPORT_DIR", support.path().toUtf8());
-        StoredState state;
-        state.profile.setupCompleted = true;
-        StateStore store(support.filePath(QStringLiteral("state.json")));
-        store.save(state.withSyncedLanguages());
-        store.flush();
+        seed(true);
         Account account;
         account.email = QStringLiteral("ana@example.com");
         SessionStore(support.filePath(QStringLiteral("session.json")))
@@ -101,11 +120,21 @@ protected:
     }
     void TearDown() override {
         qunsetenv("QUILLO_SUPPORT_DIR");
-        // An application in the tray changed this for the whole process.
+        // The application changed this for the whole process.
         QGuiApplication::setQuitOnLastWindowClosed(true);
     }
 
     bool iconRegistered() const { return panel.items().size() == 1; }
+
+    // The document, with the settings switch for closing the window.
+    void seed(bool keepRunningWhenClosed) {
+        StoredState state;
+        state.profile.setupCompleted = true;
+        state.keepRunningWhenClosed = keepRunningWhenClosed;
+        StateStore store(support.filePath(QStringLiteral("state.json")));
+        store.save(state.withSyncedLanguages());
+        store.flush();
+    }
 };
 
 } // namespace
@@ -161,18 +190,55 @@ TEST_F(TrayShellTest, APanelThatComesUpAfterAQuietLoginStartShowsTheIcon) {
     EXPECT_FALSE(viewableOnTheServer(*window));
 }
 
-TEST_F(TrayShellTest, WithoutATrayClosingQuitsUntilAPanelComesUp) {
+TEST_F(TrayShellTest, WithTheSwitchOffAndNoTrayClosingQuitsUntilAPanelComesUp) {
+    seed(false);
     DesktopApp app({QStringLiteral("quillo")}, clock);
     ASSERT_TRUE(app.start());
     QQuickWindow* window = app.screens().mainWindow();
     ASSERT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window); }));
-    EXPECT_FALSE(keepsRunningAfterClosing(*window)) << "nothing would be left to reach Quillo";
+    EXPECT_FALSE(keepsRunningAfterClosing(*window)) << "the user asked for closing to quit";
 
     ASSERT_TRUE(panel.appear(true));
     ASSERT_TRUE(eventsUntil([&] { return iconRegistered(); }));
     app.handleArguments({QStringLiteral("quillo"), QStringLiteral("--open")});
     ASSERT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window); }));
+    EXPECT_TRUE(keepsRunningAfterClosing(*window)) << "the icon stays, whatever the switch says";
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(portal.requests.isEmpty()) << "in the tray there is nothing to ask";
+}
+
+TEST_F(TrayShellTest, WithoutATrayClosingLeavesQuilloRunningAndTellsTheDesktopOnce) {
+    DesktopApp app({QStringLiteral("quillo")}, clock);
+    ASSERT_TRUE(app.start());
+    QQuickWindow* window = app.screens().mainWindow();
+    ASSERT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window); }));
     EXPECT_TRUE(keepsRunningAfterClosing(*window));
+    EXPECT_FALSE(viewableOnTheServer(*window));
+    ASSERT_TRUE(eventsUntil([&] { return portal.requests.size() == 1; }));
+    EXPECT_FALSE(
+        portal.requests.first().second.value(QStringLiteral("reason")).toString().isEmpty());
+
+    // Starting Quillo again hands over --open: the window comes back, and closes again.
+    app.handleArguments({QStringLiteral("quillo"), QStringLiteral("--open")});
+    ASSERT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window); }));
+    EXPECT_TRUE(keepsRunningAfterClosing(*window));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(portal.requests.size(), 1) << "the desktop is asked once";
+
+    // The switch turned off in the settings counts from the next close.
+    app.controller().repository().editing().setKeepRunningWhenClosed(false);
+    app.handleArguments({QStringLiteral("quillo"), QStringLiteral("--open")});
+    ASSERT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window); }));
+    EXPECT_FALSE(keepsRunningAfterClosing(*window));
+}
+
+TEST_F(TrayShellTest, ControlQQuitsWhileClosingWouldKeepQuilloRunning) {
+    DesktopApp app({QStringLiteral("quillo")}, clock);
+    ASSERT_TRUE(app.start());
+    QQuickWindow* window = app.screens().mainWindow();
+    ASSERT_TRUE(eventsUntil([&] { return viewableOnTheServer(*window) && window->isActive(); }));
+    EXPECT_TRUE(quitsOnPressing(QStringLiteral("ctrl+q")));
+    EXPECT_TRUE(portal.requests.isEmpty()) << "quitting is not going to the background";
 }
 
 int main(int argc, char** argv) {
