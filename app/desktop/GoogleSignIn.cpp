@@ -47,6 +47,7 @@ std::optional<GoogleSignInConfig> GoogleSignInConfig::fromEnvironment() {
     config.clientId = qEnvironmentVariable("QUILLO_GOOGLE_CLIENT_ID").trimmed();
     if (config.clientId.isEmpty())
         return std::nullopt;
+    config.clientSecret = qEnvironmentVariable("QUILLO_GOOGLE_CLIENT_SECRET").trimmed();
     if (qEnvironmentVariable("QUILLO_GOOGLE_REDIRECT") == QStringLiteral("scheme"))
         config.redirect = Redirect::Scheme;
     const QUrl authorization(qEnvironmentVariable("QUILLO_GOOGLE_AUTH_URL"));
@@ -190,9 +191,12 @@ QCoro::Task<GoogleSignIn::Outcome> GoogleSignIn::exchange(QString code, QString 
                                                           QString redirectUri) {
     const std::shared_ptr<QNetworkAccessManager> network = m_network;
     const auto encoded = [](const QString& value) { return QUrl::toPercentEncoding(value); };
-    const QByteArray body = "code=" + encoded(code) + "&client_id=" + encoded(m_config.clientId) +
-                            "&code_verifier=" + encoded(verifier) +
-                            "&grant_type=authorization_code&redirect_uri=" + encoded(redirectUri);
+    QByteArray body = "code=" + encoded(code) + "&client_id=" + encoded(m_config.clientId);
+    if (m_config.redirect == GoogleSignInConfig::Redirect::Loopback &&
+        !m_config.clientSecret.isEmpty())
+        body += "&client_secret=" + encoded(m_config.clientSecret);
+    body += "&code_verifier=" + encoded(verifier) +
+            "&grant_type=authorization_code&redirect_uri=" + encoded(redirectUri);
     QNetworkRequest request(m_config.tokenEndpoint);
     request.setHeader(QNetworkRequest::ContentTypeHeader,
                       QStringLiteral("application/x-www-form-urlencoded"));

@@ -25,12 +25,17 @@ struct GoogleSignInConfig {
     enum class Redirect { Loopback, Scheme };
 
     QString clientId;
+    // The secret Google issues with a desktop client. It keeps nothing secret in an installed
+    // app, but Google's token endpoint wants it with the PKCE verifier in the loopback flow;
+    // the scheme flow's clients have none, so it is never sent there.
+    QString clientSecret;
     QUrl authorizationEndpoint{QStringLiteral("https://accounts.google.com/o/oauth2/v2/auth")};
     QUrl tokenEndpoint{QStringLiteral("https://oauth2.googleapis.com/token")};
     Redirect redirect = Redirect::Loopback;
 
-    // QUILLO_GOOGLE_CLIENT_ID (nothing without it), QUILLO_GOOGLE_REDIRECT ("loopback" or
-    // "scheme"), and QUILLO_GOOGLE_AUTH_URL / QUILLO_GOOGLE_TOKEN_URL to replace the endpoints.
+    // QUILLO_GOOGLE_CLIENT_ID (nothing without it), QUILLO_GOOGLE_CLIENT_SECRET (the desktop
+    // client's secret), QUILLO_GOOGLE_REDIRECT ("loopback" or "scheme"), and
+    // QUILLO_GOOGLE_AUTH_URL / QUILLO_GOOGLE_TOKEN_URL to replace the endpoints.
     static std::optional<GoogleSignInConfig> fromEnvironment();
 
     // "com.googleusercontent.apps.<id without its domain suffix>".

@@ -19,7 +19,10 @@ namespace quillo::apptest {
 
 // Google's two endpoints on loopback. The authorization endpoint sends the browser back to
 // the redirect URI at once, as if the user had picked an account; what it sends back can be
-// changed. The token endpoint answers with a fixed status and body and records what it got.
+// changed. The token endpoint records what it got and holds the client to Google's rules: a
+// desktop client (coming back to loopback) must send its secret, an installed-app client
+// (coming back to its URL scheme) has none to send; past that it answers with a fixed status
+// and body.
 class GoogleFixture {
 public:
     std::mutex mutex;
@@ -30,6 +33,7 @@ public:
     int tokenStatus = 200;
     QByteArray tokenBody = R"({"access_token":"ignored","id_token":"the-id-token"})";
     QString clientId = u"123456-abcdef.apps.googleusercontent.com"_qs;
+    QString clientSecret = u"GOCSPX-desktop+client/secret"_qs;
     QString authorizationQuery;
     QByteArray tokenRequest;
 
@@ -52,6 +56,11 @@ public:
                              [this](const httplib::Request& request, httplib::Response& response) {
                                  std::lock_guard lock(mutex);
                                  tokenRequest = QByteArray::fromStdString(request.body);
+                                 if (const char* refusal = clientRefusal()) {
+                                     response.status = 400;
+                                     response.set_content(refusal, "application/json");
+                                     return;
+                                 }
                                  response.status = tokenStatus;
                                  response.set_content(tokenBody.toStdString(), "application/json");
                              });
@@ -67,6 +76,7 @@ public:
     GoogleSignInConfig config() const {
         GoogleSignInConfig config;
         config.clientId = clientId;
+        config.clientSecret = clientSecret;
         config.authorizationEndpoint = QUrl(m_http.url(u"/auth"_qs));
         config.tokenEndpoint = QUrl(m_http.url(u"/token"_qs));
         return config;
@@ -90,6 +100,22 @@ public:
     }
 
 private:
+    // What Google says when the token request breaks its rules for the client's kind; null when
+    // it keeps them.
+    const char* clientRefusal() const {
+        const QUrlQuery form(QString::fromLatin1(tokenRequest));
+        const bool desktop =
+            form.queryItemValue(u"redirect_uri"_qs, QUrl::FullyDecoded).startsWith(u"http://");
+        const bool sent = form.hasQueryItem(u"client_secret"_qs);
+        if (desktop && !sent)
+            return R"({"error":"invalid_request","error_description":"client_secret is missing."})";
+        if (desktop && form.queryItemValue(u"client_secret"_qs, QUrl::FullyDecoded) != clientSecret)
+            return R"({"error":"invalid_client","error_description":"Unauthorized"})";
+        if (!desktop && sent)
+            return R"({"error":"invalid_client","error_description":"Unauthorized"})";
+        return nullptr;
+    }
+
     testsupport::LoopbackServer m_http;
     std::vector<std::thread> m_browsers;
 };

@@ -23,7 +23,7 @@ TEST(GoogleSignIn, RandomTokensAndTheChallengeAreUrlSafe) {
               u"E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM");
 }
 
-TEST(GoogleSignIn, AGoodRunAsksInOrderAndExchangesTheCodeWithoutASecret) {
+TEST(GoogleSignIn, AGoodRunAsksInOrderAndExchangesTheCodeWithTheDesktopClientsSecret) {
     GoogleFixture google;
     GoogleSignIn signIn(google.config(), google.browser());
     const GoogleSignIn::Outcome outcome = waitForResult(signIn.idToken());
@@ -48,9 +48,11 @@ TEST(GoogleSignIn, AGoodRunAsksInOrderAndExchangesTheCodeWithoutASecret) {
     QStringList sent;
     for (const auto& item : exchanged.queryItems())
         sent.append(item.first);
-    EXPECT_EQ(sent, (QStringList{u"code"_qs, u"client_id"_qs, u"code_verifier"_qs, u"grant_type"_qs,
-                                 u"redirect_uri"_qs}));
+    EXPECT_EQ(sent, (QStringList{u"code"_qs, u"client_id"_qs, u"client_secret"_qs,
+                                 u"code_verifier"_qs, u"grant_type"_qs, u"redirect_uri"_qs}));
     EXPECT_EQ(exchanged.queryItemValue(u"code"_qs, QUrl::FullyDecoded), u"4/code-from-google");
+    EXPECT_EQ(exchanged.queryItemValue(u"client_secret"_qs, QUrl::FullyDecoded),
+              u"GOCSPX-desktop+client/secret");
     const QString verifier = exchanged.queryItemValue(u"code_verifier"_qs, QUrl::FullyDecoded);
     EXPECT_EQ(GoogleSignIn::codeChallenge(verifier),
               asked.queryItemValue(u"code_challenge"_qs, QUrl::FullyDecoded));
@@ -93,6 +95,14 @@ TEST(GoogleSignIn, AnErrorCallbackAndAStrictTokenAnswerAreRefusals) {
     EXPECT_EQ(outcome.error().message,
               u"Couldn't reach Google. Check your connection and try again.");
 
+    // A desktop client configured without its secret: Google refuses the exchange.
+    GoogleSignInConfig secretless = google.config();
+    secretless.clientSecret.clear();
+    GoogleSignIn withoutSecret(secretless, google.browser());
+    outcome = waitForResult(withoutSecret.idToken());
+    ASSERT_FALSE(outcome.ok());
+    EXPECT_EQ(outcome.error().message, u"Google didn't accept the sign-in. Try again.");
+
     GoogleSignIn noBrowser(google.config(), [](const QUrl&) { return false; });
     outcome = waitForResult(noBrowser.idToken());
     ASSERT_FALSE(outcome.ok());
@@ -100,9 +110,9 @@ TEST(GoogleSignIn, AnErrorCallbackAndAStrictTokenAnswerAreRefusals) {
     EXPECT_FALSE(noBrowser.waiting());
 }
 
-TEST(GoogleSignIn, TheCustomSchemeCallbackIsHandledByStateAlone) {
+TEST(GoogleSignIn, TheCustomSchemeCallbackIsHandledByStateAloneAndSendsNoSecret) {
     GoogleFixture google;
-    GoogleSignInConfig config = google.config();
+    GoogleSignInConfig config = google.config(); // a secret is set, and must stay unsent
     config.redirect = GoogleSignInConfig::Redirect::Scheme;
     EXPECT_EQ(config.scheme(), u"com.googleusercontent.apps.123456-abcdef");
     QUrl opened;
@@ -128,4 +138,7 @@ TEST(GoogleSignIn, TheCustomSchemeCallbackIsHandledByStateAlone) {
     const GoogleSignIn::Outcome outcome = waitForResult(std::move(waiting));
     ASSERT_TRUE(outcome.ok()) << outcome.error().message.toStdString();
     EXPECT_EQ(outcome.value(), u"the-id-token");
+    std::lock_guard lock(google.mutex);
+    EXPECT_FALSE(
+        QUrlQuery(QString::fromLatin1(google.tokenRequest)).hasQueryItem(u"client_secret"_qs));
 }

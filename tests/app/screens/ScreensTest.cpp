@@ -147,6 +147,7 @@ TEST_F(ScreensRenderTest, ContinuingWithGoogleSignsInThroughTheServiceAndOnboard
     start();
     const GoogleSignInConfig endpoints = google.config();
     qputenv("QUILLO_GOOGLE_CLIENT_ID", google.clientId.toUtf8());
+    qputenv("QUILLO_GOOGLE_CLIENT_SECRET", google.clientSecret.toUtf8());
     qputenv("QUILLO_GOOGLE_AUTH_URL", endpoints.authorizationEndpoint.toEncoded());
     qputenv("QUILLO_GOOGLE_TOKEN_URL", endpoints.tokenEndpoint.toEncoded());
     seed(StoredState(), false);
@@ -154,6 +155,7 @@ TEST_F(ScreensRenderTest, ContinuingWithGoogleSignsInThroughTheServiceAndOnboard
     desktop.openBrowser = google.browser();
     launch(std::move(desktop));
     qunsetenv("QUILLO_GOOGLE_CLIENT_ID");
+    qunsetenv("QUILLO_GOOGLE_CLIENT_SECRET");
     qunsetenv("QUILLO_GOOGLE_AUTH_URL");
     qunsetenv("QUILLO_GOOGLE_TOKEN_URL");
 
