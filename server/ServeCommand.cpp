@@ -7,6 +7,7 @@
 #include "storage/Storage.h"
 #include "upstream/ModelClient.h"
 #include "upstream/TranscribeClient.h"
+#include "upstream/UpstreamHttp.h"
 
 #include <QLoggingCategory>
 #include <QProcessEnvironment>
@@ -22,11 +23,22 @@ namespace {
 
 Q_LOGGING_CATEGORY(lcServer, "quillo.server")
 
+// One line saying where replies come from, or why they cannot come yet.
+void logModel(const ModelFinding& found) {
+    if (found.endpoint) {
+        qCInfo(lcServer).noquote() << "replies come from" << shownUrl(found.endpoint->url)
+                                   << "with the model" << found.endpoint->name;
+        return;
+    }
+    qCWarning(lcServer).noquote() << "no model serves replies:" << found.problem
+                                  << "(looked for again when a reply is asked for)";
+}
+
 int serve(const ServerConfig& config, const sigset_t& stopSignals) {
     const auto storage = openStorage(config.databaseUrl);
     storage->migrate();
     const SystemClock clock;
-    ModelClient model(config);
+    ModelClient model(config, clock);
     TranscribeClient transcriber(config);
     GoogleIdTokenVerifier verifier(config.googleJwksUrl, config.googleClientIds, clock);
     ApiServer server(config, *storage, model, transcriber, verifier, clock);
@@ -41,6 +53,7 @@ int serve(const ServerConfig& config, const sigset_t& stopSignals) {
                                                                     : QStringLiteral("https"),
                                            config.listenHost)
                                       .arg(server.port());
+    logModel(model.discovery().lookBlocking());
 
     // The signals are blocked in every thread and taken here only, so a stop never lands in the
     // middle of a request; stop() lets the requests in flight finish.

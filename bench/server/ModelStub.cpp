@@ -28,7 +28,9 @@ int main(int argc, char** argv) {
                         "application/json");
     });
     server.Get("/v1/models", [](const httplib::Request&, httplib::Response& res) {
-        res.set_content(R"({"data":[]})", "application/json");
+        // The one model it has: the service takes the first listed when none is named.
+        res.set_content(R"({"object":"list","data":[{"id":"default","object":"model"}]})",
+                        "application/json");
     });
     return server.listen("127.0.0.1", port) ? 0 : 1;
 }

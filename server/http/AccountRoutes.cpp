@@ -18,7 +18,8 @@ void showAccount(const ApiContext& api, const HttpRequest& request, HttpResponse
         return sendError(response, 401, QStringLiteral("session expired"));
     sendJson(response, 200,
              {{QStringLiteral("sessionToken"), caller->token},
-              {QStringLiteral("account"), api.accountJson(*account, api.today())}});
+              {QStringLiteral("account"), api.accountJson(*account, api.today())},
+              {QStringLiteral("replies"), api.repliesJson()}});
 }
 
 void deleteAccount(const ApiContext& api, const HttpRequest& request, HttpResponse& response) {

@@ -4,6 +4,7 @@
 #include "HttpJson.h"
 #include "auth/Secrets.h"
 #include "storage/Storage.h"
+#include "upstream/ModelClient.h"
 
 namespace quillo::server {
 
@@ -37,6 +38,13 @@ QJsonObject ApiContext::accountJson(const AccountRow& account, qint64 day) const
         {QStringLiteral("plusDailyLimit"), config.dailyLimit},
         {QStringLiteral("planSource"), QStringLiteral("self-hosted")},
     };
+}
+
+QJsonObject ApiContext::repliesJson() const {
+    ModelDiscovery& discovery = model.discovery();
+    const bool ready = discovery.last().endpoint.has_value();
+    discovery.lookInBackgroundIfDue(background);
+    return {{QStringLiteral("ready"), ready}};
 }
 
 qint64 ApiContext::sessionIdleCutoff() const {

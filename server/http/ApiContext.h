@@ -8,6 +8,8 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <boost/asio/any_io_executor.hpp>
+
 #include <optional>
 
 namespace quillo::server {
@@ -36,6 +38,8 @@ struct ApiContext {
     GoogleIdTokenVerifier& verifier;
     const Clock& clock;
     SignInThrottle& signInThrottle;
+    // The service's threads, for work no request waits for.
+    boost::asio::any_io_executor background;
 
     qint64 now() const { return clock.nowMillis(); }
     // Days since 1970 in UTC: the daily allowance starts afresh at midnight UTC.
@@ -44,6 +48,10 @@ struct ApiContext {
     // The app's Account record: usage on `day`, and this server's allowance (there is no paid
     // plan on a self-hosted server, so both limits are the configured one).
     QJsonObject accountJson(const AccountRow& account, qint64 day) const;
+    // {"ready": bool}: whether replies can be produced now, by the model's last finding. Beside
+    // every Account record; when no model was found and a look is due, one starts in the
+    // background, so the answer never waits for it.
+    QJsonObject repliesJson() const;
 
     // The oldest last use a session may have and still be valid.
     qint64 sessionIdleCutoff() const;

@@ -70,10 +70,10 @@ private:
     void forget(std::uint64_t connection);
 
     SignInThrottle m_signInThrottle;
+    asio::io_context m_io;
     ApiContext m_api;
     Router m_router;
     ConnectionContext m_connections;
-    asio::io_context m_io;
     tcp::acceptor m_acceptor;
     std::optional<asio::ssl::context> m_tls;
     int m_port = 0;
@@ -87,9 +87,10 @@ private:
 ApiServer::Listener::Listener(ServerConfig config, Storage& storage, ModelClient& model,
                               TranscribeClient& transcriber, GoogleIdTokenVerifier& verifier,
                               const Clock& clock)
-    : m_api{std::move(config), storage, model, transcriber, verifier, clock, m_signInThrottle}
+    : m_io(std::max(1, config.threads))
+    , m_api{std::move(config),  storage, model, transcriber, verifier, clock, m_signInThrottle,
+            m_io.get_executor()}
     , m_connections{m_router, ConnectionLimits{}, {}}
-    , m_io(std::max(1, m_api.config.threads))
     , m_acceptor(m_io) {
     m_connections.limits.requestTimeout =
         std::chrono::milliseconds(std::max(1, m_api.config.requestTimeoutMillis));
@@ -102,6 +103,7 @@ ApiServer::Listener::Listener(ServerConfig config, Storage& storage, ModelClient
     addStateRoutes(m_router, m_api);
     addReplyRoutes(m_router, m_api);
     addTranscribeRoutes(m_router, m_api);
+    addModelRoutes(m_router, m_api);
     addAppRoutes(m_router, m_api);
 }
 

@@ -4,7 +4,10 @@
 #include "Router.h"
 #include "Routes.h"
 #include "storage/Storage.h"
+#include "store/AppIdentity.h"
 #include "upstream/ModelClient.h"
+#include "upstream/TranscribeClient.h"
+#include "upstream/UpstreamHttp.h"
 
 #include <QStringList>
 
@@ -28,17 +31,42 @@ bool storageUp(const ApiContext& api) {
     }
 }
 
+QJsonObject modelJson(const ModelFinding& found) {
+    if (!found.endpoint) {
+        return {{QStringLiteral("ready"), false}, {QStringLiteral("problem"), found.problem}};
+    }
+    return {{QStringLiteral("url"), shownUrl(found.endpoint->url)},
+            {QStringLiteral("name"), found.endpoint->name},
+            {QStringLiteral("ready"), true}};
+}
+
+QJsonObject transcribeJson(const ApiContext& api) {
+    QJsonObject transcribe{{QStringLiteral("configured"), api.transcriber.configured()}};
+    if (api.transcriber.configured())
+        transcribe.insert(QStringLiteral("url"), shownUrl(api.config.transcribeUrl));
+    return transcribe;
+}
+
+// Ready when the database takes a write and a model serves replies; the answer also says which
+// model, what this service is and where dictation goes, for a diagnostic. Asking looks for the
+// model afresh.
 boost::asio::awaitable<void> readiness(const ApiContext& api, HttpResponse& response) {
     QStringList down;
     if (!storageUp(api))
         down += QStringLiteral("storage unavailable");
-    if (!co_await api.model.reachable())
+    auto looking = api.model.discovery().lookNow();
+    const ModelFinding found = co_await std::move(looking);
+    if (!found.endpoint)
         down += QStringLiteral("model unreachable");
-    if (!down.isEmpty()) {
-        sendError(response, 503, down.join(QStringLiteral(", ")));
-        co_return;
-    }
-    sendJson(response, 200, {{QStringLiteral("status"), QStringLiteral("ready")}});
+
+    QJsonObject body{{QStringLiteral("version"), AppIdentity::version()},
+                     {QStringLiteral("model"), modelJson(found)},
+                     {QStringLiteral("transcribe"), transcribeJson(api)}};
+    if (down.isEmpty())
+        body.insert(QStringLiteral("status"), QStringLiteral("ready"));
+    else
+        body.insert(QStringLiteral("error"), down.join(QStringLiteral(", ")));
+    sendJson(response, down.isEmpty() ? 200 : 503, body);
 }
 
 } // namespace

@@ -108,7 +108,8 @@ boost::asio::awaitable<void> reply(const ApiContext& api, const HttpRequest& req
     }
     sendJson(response, 200,
              {{QStringLiteral("content"), *content},
-              {QStringLiteral("account"), api.accountJson(*account, day)}});
+              {QStringLiteral("account"), api.accountJson(*account, day)},
+              {QStringLiteral("replies"), api.repliesJson()}});
 }
 
 } // namespace

@@ -12,6 +12,7 @@ void addAccountRoutes(Router& router, const ApiContext& api);    // GET, DELETE 
 void addStateRoutes(Router& router, const ApiContext& api);      // GET, PUT /v1/state
 void addReplyRoutes(Router& router, const ApiContext& api);      // POST /v1/reply
 void addTranscribeRoutes(Router& router, const ApiContext& api); // POST /v1/transcribe
+void addModelRoutes(Router& router, const ApiContext& api);      // POST /v1/model/check
 void addAppRoutes(Router& router, const ApiContext& api);        // releases, health, readiness
 
 } // namespace quillo::server

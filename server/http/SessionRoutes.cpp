@@ -111,7 +111,8 @@ void signIn(const ApiContext& api, const HttpRequest& request, HttpResponse& res
     api.storage.purgeSessions(api.sessionIdleCutoff());
     sendJson(response, 200,
              {{QStringLiteral("sessionToken"), QString::fromLatin1(token)},
-              {QStringLiteral("account"), api.accountJson(*account, api.today())}});
+              {QStringLiteral("account"), api.accountJson(*account, api.today())},
+              {QStringLiteral("replies"), api.repliesJson()}});
 }
 
 // Signing out: the token stops working here and now, on every device that might hold a copy.

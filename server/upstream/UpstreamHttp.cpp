@@ -106,6 +106,12 @@ std::optional<Endpoint> parseEndpoint(const QString& text) {
                     std::to_string(url.port(tls ? 443 : 80)), path.toStdString()};
 }
 
+QString shownUrl(const QString& text) {
+    return QUrl(text)
+        .adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment)
+        .toString();
+}
+
 asio::awaitable<Outcome> callUpstream(QString who, Endpoint endpoint, UpstreamRequest request,
                                       std::chrono::seconds timeout) {
     const auto executor = co_await asio::this_coro::executor;

@@ -25,6 +25,10 @@ struct Endpoint {
 
 std::optional<Endpoint> parseEndpoint(const QString& text);
 
+// An endpoint's URL as answers and the log show it: without user info, query or fragment, which
+// may carry a key.
+QString shownUrl(const QString& text);
+
 struct UpstreamRequest {
     std::string method = "POST";
     std::string path; // under the endpoint's base path

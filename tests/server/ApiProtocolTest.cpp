@@ -85,7 +85,7 @@ TEST_F(ApiProtocol, HealthReadinessAndRelease) {
     const Answer ready = get("/readyz");
     EXPECT_EQ(ready.status, 200);
     EXPECT_EQ(ready.json.value(u"status").toString(), u"ready");
-    EXPECT_EQ(model.modelsRequests(), 1);
+    EXPECT_EQ(model.modelsRequests(), 2); // at start-up, and again for the readiness
 
     const Answer none = get("/v1/apps/mac");
     EXPECT_EQ(none.status, 404);

@@ -52,7 +52,7 @@ TEST_F(ApiTls, AnswersHttpsWithItsCertificateAndNotPlainHttp) {
 TEST_F(ApiTls, AKeyThatCannotBeReadStopsTheServiceFromStarting) {
     stop();
     config.tlsKey = dir.filePath(QStringLiteral("missing.pem"));
-    ModelClient chat(config);
+    ModelClient chat(config, clock);
     TranscribeClient transcriber(config);
     GoogleIdTokenVerifier verifier(config.googleJwksUrl, config.googleClientIds, clock);
     ApiServer server(config, *storage, chat, transcriber, verifier, clock);

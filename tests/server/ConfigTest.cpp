@@ -33,8 +33,12 @@ TEST(ServerConfig, DefaultsWhenUnsetOrEmpty) {
     EXPECT_EQ(config.listenHost, u"127.0.0.1");
     EXPECT_EQ(config.listenPort, 8787);
     EXPECT_EQ(config.databaseUrl, u"sqlite:/home/ana/.local/state/quillo/quillo.db");
-    EXPECT_EQ(config.modelUrl, u"http://127.0.0.1:8080/v1");
-    EXPECT_EQ(config.modelName, u"default");
+    EXPECT_TRUE(config.modelUrl.isEmpty());
+    EXPECT_TRUE(config.modelName.isEmpty());
+    EXPECT_EQ(config.modelCandidates, QStringList({QStringLiteral("http://127.0.0.1:11434/v1"),
+                                                   QStringLiteral("http://127.0.0.1:8080/v1"),
+                                                   QStringLiteral("http://127.0.0.1:1234/v1"),
+                                                   QStringLiteral("http://127.0.0.1:8000/v1")}));
     EXPECT_TRUE(config.modelKey.isEmpty());
     EXPECT_TRUE(config.modelJsonMode);
     EXPECT_EQ(config.modelTimeoutSeconds, 50);

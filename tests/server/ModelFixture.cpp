@@ -11,6 +11,7 @@
 
 #include <deque>
 #include <mutex>
+#include <optional>
 
 namespace quillo::server {
 
@@ -21,24 +22,63 @@ struct ModelFixture::State {
     std::deque<Answer> scripted;
     Answer fallback = reply(QStringLiteral("{\"message\":\"Hola\",\"remember\":[]}"));
     HeldGate gate;
+    HeldGate listingGate;
     QList<QJsonObject> requests;
     QList<QByteArray> authorizations;
     int modelsRequests = 0;
+    QStringList models{QStringLiteral("test-model")};
+    std::optional<Answer> modelsAnswer;
 
     void complete(const httplib::Request& request, httplib::Response& response) {
         std::unique_lock lock(mutex);
-        requests.append(QJsonDocument::fromJson(QByteArray::fromStdString(request.body)).object());
+        const QJsonObject body =
+            QJsonDocument::fromJson(QByteArray::fromStdString(request.body)).object();
+        requests.append(body);
         authorizations.append(QByteArray::fromStdString(request.get_header_value("Authorization")));
         lock.unlock();
         gate.pass();
         lock.lock();
+        const QString name = body.value(u"model").toString();
         Answer answer = fallback;
-        if (!scripted.empty()) {
+        if (!models.contains(name)) {
+            answer = notFound(name);
+        } else if (!scripted.empty()) {
             answer = scripted.front();
             scripted.pop_front();
         }
         response.status = answer.status;
         response.set_content(answer.body.toStdString(), "application/json");
+    }
+
+    void list(httplib::Response& response) {
+        listingGate.pass();
+        std::lock_guard lock(mutex);
+        ++modelsRequests;
+        if (modelsAnswer) {
+            response.status = modelsAnswer->status;
+            response.set_content(modelsAnswer->body.toStdString(), "application/json");
+            return;
+        }
+        QJsonArray data;
+        for (const QString& name : std::as_const(models)) {
+            data.append(QJsonObject{{QStringLiteral("id"), name},
+                                    {QStringLiteral("object"), QStringLiteral("model")},
+                                    {QStringLiteral("owned_by"), QStringLiteral("library")}});
+        }
+        const QJsonObject body{{QStringLiteral("object"), QStringLiteral("list")},
+                               {QStringLiteral("data"), data}};
+        response.set_content(QJsonDocument(body).toJson(QJsonDocument::Compact).toStdString(),
+                             "application/json");
+    }
+
+    // Ollama's answer to a model it does not have.
+    static Answer notFound(const QString& name) {
+        const QJsonObject error{
+            {QStringLiteral("message"),
+             QStringLiteral("model \"%1\" not found, try pulling it first").arg(name)},
+            {QStringLiteral("type"), QStringLiteral("api_error")}};
+        return {404, QJsonDocument(QJsonObject{{QStringLiteral("error"), error}})
+                         .toJson(QJsonDocument::Compact)};
     }
 };
 
@@ -64,7 +104,7 @@ ModelFixture::Answer ModelFixture::garbage() {
     return {200, QByteArrayLiteral("<html>upstream proxy error</html>")};
 }
 
-ModelFixture::ModelFixture(int threads)
+ModelFixture::ModelFixture(int threads, int port)
     : m_state(std::make_unique<State>()) {
     State* state = m_state.get();
     const size_t poolSize = size_t(std::max(1, threads));
@@ -75,17 +115,14 @@ ModelFixture::ModelFixture(int threads)
                     state->complete(request, response);
                 });
     server.Get("/v1/models", [state](const httplib::Request&, httplib::Response& response) {
-        {
-            std::lock_guard lock(state->mutex);
-            ++state->modelsRequests;
-        }
-        response.set_content("{\"object\":\"list\",\"data\":[]}", "application/json");
+        state->list(response);
     });
-    state->http.start();
+    state->http.start(port);
 }
 
 ModelFixture::~ModelFixture() {
     release();
+    releaseListing();
     m_state->http.stop();
 }
 
@@ -103,6 +140,16 @@ void ModelFixture::setDefault(const Answer& answer) {
     m_state->fallback = answer;
 }
 
+void ModelFixture::setModels(const QStringList& names) {
+    std::lock_guard lock(m_state->mutex);
+    m_state->models = names;
+}
+
+void ModelFixture::setModelsAnswer(const Answer& answer) {
+    std::lock_guard lock(m_state->mutex);
+    m_state->modelsAnswer = answer;
+}
+
 void ModelFixture::hold() {
     m_state->gate.hold();
 }
@@ -113,6 +160,18 @@ void ModelFixture::release() {
 
 bool ModelFixture::waitForHeld(int count) const {
     return m_state->gate.waitForHeld(count);
+}
+
+void ModelFixture::holdListing() {
+    m_state->listingGate.hold();
+}
+
+void ModelFixture::releaseListing() {
+    m_state->listingGate.release();
+}
+
+bool ModelFixture::waitForHeldListing(int count) const {
+    return m_state->listingGate.waitForHeld(count);
 }
 
 QList<QJsonObject> ModelFixture::requests() const {

@@ -5,6 +5,7 @@
 #include <QJsonObject>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -17,9 +18,10 @@ namespace quillo::server {
 //     ModelFixture model;
 //     model.script({ModelFixture::status(429), ModelFixture::reply(u"hola"_s)});
 //
-// Scripted answers are used in order; once they run out every request gets the default answer.
-// hold() keeps requests waiting until release(), so a test can act while a reply is in flight
-// without sleeping.
+// It lists the models it has (by default only "test-model") and, as Ollama does, answers 404 to
+// a completion for any other name, before the script is consulted. Scripted answers are used in
+// order; once they run out every request gets the default answer. hold() keeps requests waiting
+// until release(), so a test can act while a reply is in flight without sleeping.
 class ModelFixture {
 public:
     struct Answer {
@@ -31,8 +33,8 @@ public:
     static Answer status(int status);
     static Answer garbage();
 
-    // `threads`: how many requests it can hold or answer at once.
-    explicit ModelFixture(int threads = 8);
+    // `threads`: how many requests it can hold or answer at once; `port`: 0 for any free one.
+    explicit ModelFixture(int threads = 8, int port = 0);
     ~ModelFixture();
     ModelFixture(const ModelFixture&) = delete;
     ModelFixture& operator=(const ModelFixture&) = delete;
@@ -43,11 +45,20 @@ public:
     void script(const QList<Answer>& answers);
     void setDefault(const Answer& answer);
 
+    // The model names GET /v1/models lists, in this order, and the only ones it completes for.
+    void setModels(const QStringList& names);
+    // GET /v1/models answers this instead of the list, from now on.
+    void setModelsAnswer(const Answer& answer);
+
     // Requests wait from now on until release().
     void hold();
     void release();
     // Blocks until `count` requests are waiting (up to 10 seconds); whether they all arrived.
     bool waitForHeld(int count) const;
+    // The same for GET /v1/models, held apart from the completions.
+    void holdListing();
+    void releaseListing();
+    bool waitForHeldListing(int count) const;
 
     // The JSON bodies of the completion requests so far, and their Authorization headers.
     QList<QJsonObject> requests() const;

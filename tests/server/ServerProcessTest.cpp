@@ -114,6 +114,22 @@ TEST_F(ServerProcess, InviteCanMakeTheNewCodeTheOnlyOne) {
     EXPECT_TRUE(storage->accountForAccessCode(only, 0));
 }
 
+TEST_F(ServerProcess, SaysAtStartWhenNoModelServesReplies) {
+    QProcessEnvironment silentModel = environment();
+    const QString url = QStringLiteral("http://127.0.0.1:%1/v1").arg(freeLoopbackPort());
+    silentModel.insert(QStringLiteral("QUILLO_MODEL_URL"), url);
+    QProcess server;
+    server.setProcessEnvironment(silentModel);
+    server.setReadChannel(QProcess::StandardError);
+    server.start(QStringLiteral(QUILLO_SERVER_PATH), {QStringLiteral("serve")});
+    QByteArray log;
+    EXPECT_TRUE(
+        waitForLog(server, "no model serves replies: " + url.toUtf8() + " does not answer", log))
+        << log.toStdString();
+    server.terminate();
+    EXPECT_TRUE(server.waitForFinished(20000));
+}
+
 TEST_F(ServerProcess, SigtermLetsTheReplyInFlightFinishThenExitsCleanly) {
     const Run invited =
         run({QStringLiteral("invite"), QStringLiteral("ana@example.com")}, environment());
@@ -126,6 +142,10 @@ TEST_F(ServerProcess, SigtermLetsTheReplyInFlightFinishThenExitsCleanly) {
     server.start(QStringLiteral(QUILLO_SERVER_PATH), {QStringLiteral("serve")});
     QByteArray log;
     ASSERT_TRUE(waitForLog(server, "listening on http://127.0.0.1:", log)) << log.toStdString();
+    // Without QUILLO_MODEL_NAME, the model is the first the endpoint lists.
+    ASSERT_TRUE(waitForLog(
+        server, "replies come from " + model.url().toUtf8() + " with the model test-model\n", log))
+        << log.toStdString();
 
     httplib::Client client("127.0.0.1", port);
     client.set_read_timeout(std::chrono::seconds(30));

@@ -112,7 +112,9 @@ protected:
     void TearDown() override { stop(); }
 
     void start() {
-        m_model = std::make_unique<ModelClient>(config);
+        m_model = std::make_unique<ModelClient>(config, clock);
+        // As `quillo-server serve` does before it serves.
+        m_model->discovery().lookBlocking();
         m_transcriber = std::make_unique<TranscribeClient>(config);
         m_verifier = std::make_unique<GoogleIdTokenVerifier>(config.googleJwksUrl,
                                                              config.googleClientIds, clock);

@@ -5,8 +5,9 @@
 
 namespace quillo::testsupport {
 
-void LoopbackServer::start() {
-    m_port = m_server.bind_to_any_port("127.0.0.1");
+void LoopbackServer::start(int port) {
+    m_port = port > 0 ? (m_server.bind_to_port("127.0.0.1", port) ? port : -1)
+                      : m_server.bind_to_any_port("127.0.0.1");
     if (m_port <= 0)
         throw std::runtime_error("no loopback port for a test server");
     m_thread = std::thread([this] { m_server.listen_after_bind(); });

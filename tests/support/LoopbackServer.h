@@ -21,9 +21,10 @@ public:
 
     httplib::Server& server() { return m_server; }
 
-    // Binds a free port on 127.0.0.1 and serves; returns once the server accepts. Throws
-    // std::runtime_error when no port can be had.
-    void start();
+    // Binds a free port on 127.0.0.1 (or `port`, one a test had the kernel pick and let go) and
+    // serves; returns once the server accepts. Throws std::runtime_error when the port cannot
+    // be had.
+    void start(int port = 0);
     // Ends serving and waits for the thread; nothing when not started.
     void stop();
 
