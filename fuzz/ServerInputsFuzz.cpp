@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the service reads from strangers: ID tokens, key sets, uploaded state bodies and dictated
-// recordings. None of them may crash it, an accepted upload's document bytes are a span of the
-// body that reads as a JSON object whose setup the guard against undoing it reads alike, and an
-// accepted recording's samples lie within it.
+// What the service reads from strangers: ID tokens, key sets, uploaded state bodies, dictated
+// recordings and a model server's list of models. None of them may crash it, an accepted
+// upload's document bytes are a span of the body that reads as a JSON object whose setup the
+// guard against undoing it reads alike, an accepted recording's samples lie within it, and a
+// listed model's name is neither blank nor padded nor listed twice.
 #include "auth/Jwks.h"
 #include "auth/Jwt.h"
 #include "dictation/WavFile.h"
 #include "http/StateUpload.h"
+#include "upstream/ModelList.h"
 
 #include <QJsonDocument>
 
@@ -43,6 +45,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (wav->channels < 1 || wav->sampleRate < 4'000 || wav->dataBytes < 2 ||
             wav->dataOffset < 20 || wav->dataOffset + wav->dataBytes > input.size())
             std::abort();
+    }
+    if (const auto models = listedModels(input)) {
+        for (const QString& id : *models) {
+            if (id.isEmpty() || id != id.trimmed() || models->count(id) != 1)
+                std::abort();
+        }
     }
     return 0;
 }
