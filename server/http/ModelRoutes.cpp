@@ -14,8 +14,8 @@ namespace {
 
 // A one-token reply from the model that serves replies, for a diagnostic: which endpoint and
 // model were asked, and whether they answered. It costs a reply of the day's allowance, taken
-// before the model is asked and given back when it does not answer, as a reply's is. A spent
-// allowance is a 429 here, which diagnostic tools read as "no test reply today".
+// before the model is asked and given back when it does not answer, as a reply's is; a spent
+// allowance is a 402, as for a reply.
 boost::asio::awaitable<void> check(const ApiContext& api, const HttpRequest& request,
                                    HttpResponse& response) {
     const auto caller = api.authenticate(request, response);
@@ -23,7 +23,7 @@ boost::asio::awaitable<void> check(const ApiContext& api, const HttpRequest& req
         co_return;
     const qint64 day = api.today();
     if (!api.storage.reserveReply(caller->accountId, day, api.config.dailyLimit)) {
-        sendError(response, 429, QStringLiteral("daily limit reached"));
+        sendError(response, 402, QStringLiteral("daily limit reached"));
         co_return;
     }
     auto checking = api.model.check();

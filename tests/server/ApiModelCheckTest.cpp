@@ -79,7 +79,7 @@ TEST_F(ApiModelCheck, NeedsASessionAndTheDaysAllowance) {
         ASSERT_EQ(post("/v1/reply", replyRequest(), token).status, 200);
 
     const Answer refused = check();
-    EXPECT_EQ(refused.status, 429);
+    EXPECT_EQ(refused.status, 402);
     EXPECT_EQ(refused.json.value(u"error").toString(), u"daily limit reached");
     EXPECT_EQ(model.requests().size(), config.dailyLimit); // the model was not asked
 
