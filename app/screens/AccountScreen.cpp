@@ -5,12 +5,30 @@
 #include "repository/ChatRepository.h"
 #include "service/ServiceAddress.h"
 
+#include <QDir>
+
 namespace quillo {
 
 namespace {
 
 const QString deleteFailed =
     QStringLiteral("Your account couldn't be deleted right now. Try again in a moment.");
+
+// Where scripts/run writes the local user's code: the user's state directory, shown from ~.
+QString localCodeHintFor(const QUrl& service) {
+    if (!onThisComputer(service))
+        return {};
+    const QString home = QDir::homePath();
+    QString state = qEnvironmentVariable("XDG_STATE_HOME");
+    if (state.isEmpty())
+        state = home + QStringLiteral("/.local/state");
+    QString path = state + QStringLiteral("/quillo/local-access-code");
+    if (path.startsWith(home + u'/'))
+        path = u'~' + path.mid(home.size());
+    return QStringLiteral("Running the service on this computer? scripts/run keeps your code in "
+                          "%1.")
+        .arg(path);
+}
 
 } // namespace
 
@@ -23,7 +41,8 @@ AccountScreen::AccountScreen(ChatRepository& repository, GoogleSignIn* google, c
                               ? QStringLiteral("Quillo at %1 is reached over plain http: your "
                                                "sign-in and chats travel unencrypted.")
                                     .arg(service.host())
-                              : QString()) {
+                              : QString())
+    , m_localCodeHint(localCodeHintFor(service)) {
     connect(&repository, &ChatRepository::accountChanged, this, &AccountScreen::accountChanged);
     if (m_google)
         connect(m_google, &GoogleSignIn::waitingChanged, this, &AccountScreen::busyChanged);

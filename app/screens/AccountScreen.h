@@ -35,6 +35,8 @@ class AccountScreen : public QObject {
     Q_PROPERTY(bool waitingForBrowser READ waitingForBrowser NOTIFY busyChanged)
     // One line when the service is reached in the clear over a network; empty otherwise.
     Q_PROPERTY(QString connectionWarning READ connectionWarning CONSTANT)
+    // For a service on this computer: where the launch script keeps the access code.
+    Q_PROPERTY(QString localCodeHint READ localCodeHint CONSTANT)
 
 public:
     // Without `google` (no client id configured) only access codes sign in. `service` is where
@@ -52,6 +54,7 @@ public:
     bool googleAvailable() const { return m_google != nullptr; }
     bool waitingForBrowser() const;
     const QString& connectionWarning() const { return m_connectionWarning; }
+    const QString& localCodeHint() const { return m_localCodeHint; }
 
     Q_INVOKABLE void signInWithCode(const QString& code);
     Q_INVOKABLE void continueWithGoogle();
@@ -81,6 +84,7 @@ private:
     QString m_failureLine;
     QString m_deleteFailureLine;
     const QString m_connectionWarning;
+    const QString m_localCodeHint;
     Lifetime m_lifetime;
 };
 

@@ -43,6 +43,11 @@ AppContext::AppContext(AppController& controller, Desktop desktop, QObject* pare
         connect(m_desktopNotifications.get(), &DesktopNotifications::activated, this,
                 &AppContext::openConversation);
     }
+    // A launcher may hand over an access code (scripts/run does, for the local service): it signs
+    // in as if typed on the sign-in screen, whose failure line then says what went wrong.
+    const QString handedOver = qEnvironmentVariable("QUILLO_ACCESS_CODE").trimmed();
+    if (!handedOver.isEmpty() && !m_account.signedIn())
+        m_account.signInWithCode(handedOver);
     // A notification for the conversation just opened has nothing more to say.
     connect(&controller.navigation(), &Navigation::selectionChanged, this, [this] {
         const QString botId = m_controller.navigation().selectedBotId();

@@ -5,6 +5,7 @@
 #include "models/Navigation.h"
 #include "models/NotificationPayload.h"
 #include "repository/ChatRepository.h"
+#include "store/SessionStore.h"
 
 namespace quillo {
 
@@ -12,6 +13,7 @@ ConversationScreen::ConversationScreen(ChatRepository& repository, Navigation& s
                                        ComposerDictation::Services dictation, QObject* parent)
     : QObject(parent)
     , m_repository(repository)
+    , m_session(dictation.session)
     , m_selection(selection)
     , m_messages(repository)
     , m_dictation(dictation, repository) {
@@ -19,7 +21,16 @@ ConversationScreen::ConversationScreen(ChatRepository& repository, Navigation& s
     connect(&repository, &ChatRepository::stateChanged, this, &ConversationScreen::contactChanged);
     connect(&repository, &ChatRepository::typingChanged, this, &ConversationScreen::typingChanged);
     connect(&repository, &ChatRepository::errorOccurred, this, &ConversationScreen::setErrorLine);
+    connect(&m_session, &SessionStore::repliesReadyChanged, this,
+            &ConversationScreen::repliesNoticeChanged);
     follow();
+}
+
+QString ConversationScreen::repliesNotice() const {
+    if (m_session.repliesReady() != false)
+        return {};
+    return QStringLiteral("No model is answering the service. Start Ollama or llama.cpp on this "
+                          "computer, or set QUILLO_MODEL_URL.");
 }
 
 void ConversationScreen::follow() {

@@ -11,6 +11,7 @@ namespace quillo {
 
 class Navigation;
 class ChatRepository;
+class SessionStore;
 
 // The open conversation: its contact's header, its messages, whether a reply is being
 // written, the composer's send and dictation, and the last error line (shown once, then
@@ -31,6 +32,8 @@ class ConversationScreen : public QObject {
     Q_PROPERTY(bool typing READ typing NOTIFY typingChanged)
     Q_PROPERTY(quillo::MessageListModel* messages READ messages CONSTANT)
     Q_PROPERTY(QString errorLine READ errorLine NOTIFY errorLineChanged)
+    // Said before the user writes when the service has no model that answers; empty otherwise.
+    Q_PROPERTY(QString repliesNotice READ repliesNotice NOTIFY repliesNoticeChanged)
     Q_PROPERTY(quillo::ComposerDictation* dictation READ dictation CONSTANT)
 
 public:
@@ -47,6 +50,7 @@ public:
     bool typing() const;
     MessageListModel* messages() { return &m_messages; }
     const QString& errorLine() const { return m_errorLine; }
+    QString repliesNotice() const;
     ComposerDictation* dictation() { return &m_dictation; }
 
     // Sends the composer's text, trimmed; blank text sends nothing. Gives whether it went.
@@ -59,12 +63,14 @@ Q_SIGNALS:
     void contactChanged();
     void typingChanged();
     void errorLineChanged();
+    void repliesNoticeChanged();
 
 private:
     void follow();
     void setErrorLine(const QString& line);
 
     ChatRepository& m_repository;
+    const SessionStore& m_session;
     Navigation& m_selection;
     MessageListModel m_messages;
     ComposerDictation m_dictation;

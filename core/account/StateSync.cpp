@@ -73,6 +73,9 @@ QCoro::Task<bool> StateSync::refreshAccount() {
         co_return false;
     if (result.ok()) {
         m_session.update(result->account, result->token);
+        // An older service says nothing, and nothing is assumed.
+        if (result->repliesReady)
+            m_session.setRepliesReady(result->repliesReady);
         co_return true;
     }
     qCCritical(lcSync).noquote() << "Checking the account failed:" << result.error().description();

@@ -135,6 +135,8 @@ QCoro::Task<> ConversationFlow::produceReply(QString botId, std::optional<QStrin
             const ChatClient::Turn& turn = result.value();
             if (turn.account)
                 m_session.update(*turn.account);
+            // A reply is proof enough that replies can be produced.
+            m_session.setRepliesReady(true);
             applyReply(*bot, turn.reply);
             co_return;
         }
@@ -176,6 +178,8 @@ QCoro::Task<> ConversationFlow::produceReply(QString botId, std::optional<QStrin
             m_document.reportError(busyLine);
         } else {
             m_document.reportError(noAnswerLine);
+            // Perhaps no model answers the service now: asking lets the conversation say so.
+            co_await m_account.refreshAccount();
         }
         co_return;
     }

@@ -91,6 +91,10 @@ Decoded<QuilloSession> decodeSession(const QJsonValue& value) {
                           r.required<Account>(QStringLiteral("account"))};
     if (r.failed())
         return r.error();
+    // Read forgivingly: anything but a boolean says nothing.
+    const QJsonValue ready = value.toObject().value(u"replies").toObject().value(u"ready");
+    if (ready.isBool())
+        session.repliesReady = ready.toBool();
     return session;
 }
 

@@ -5,14 +5,16 @@
 
 namespace quillo {
 
-bool travelsInClear(const QUrl& url) {
-    if (url.scheme().compare(u"http", Qt::CaseInsensitive) != 0)
-        return false;
+bool onThisComputer(const QUrl& url) {
     const QString host = url.host().toLower();
     if (host == u"localhost" || host.endsWith(QStringLiteral(".localhost")))
-        return false;
+        return true;
     const QHostAddress address(host);
-    return address.isNull() || !address.isLoopback();
+    return !address.isNull() && address.isLoopback();
+}
+
+bool travelsInClear(const QUrl& url) {
+    return url.scheme().compare(u"http", Qt::CaseInsensitive) == 0 && !onThisComputer(url);
 }
 
 } // namespace quillo

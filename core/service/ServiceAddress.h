@@ -9,4 +9,7 @@ namespace quillo {
 // beyond this computer. Loopback (127.0.0.0/8, ::1, "localhost") never leaves the machine.
 bool travelsInClear(const QUrl& url);
 
+// Whether the service at `url` runs on this computer (a loopback host).
+bool onThisComputer(const QUrl& url);
+
 } // namespace quillo

@@ -36,6 +36,14 @@ void SessionStore::signedIn(const QuilloSession& session) {
     m_record.owner = session.account.email;
     publish();
     write();
+    setRepliesReady(session.repliesReady);
+}
+
+void SessionStore::setRepliesReady(std::optional<bool> ready) {
+    if (ready == m_repliesReady)
+        return;
+    m_repliesReady = ready;
+    Q_EMIT repliesReadyChanged();
 }
 
 void SessionStore::update(const Account& account, std::optional<QString> token) {
@@ -59,12 +67,14 @@ void SessionStore::expire() {
     m_record.account.reset();
     publish();
     write();
+    setRepliesReady(std::nullopt);
 }
 
 void SessionStore::signOut() {
     m_record = Record{};
     publish();
     write();
+    setRepliesReady(std::nullopt);
 }
 
 void SessionStore::publish() {

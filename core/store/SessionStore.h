@@ -42,6 +42,11 @@ public:
     // Ignored unless that same e-mail is signed in: a late answer for an account that has since
     // signed out must not bring it back.
     void update(const Account& account, std::optional<QString> token = {});
+    // Whether the service said, last time it was asked, that it can produce replies now; absent
+    // until it says, and not kept across runs.
+    const std::optional<bool>& repliesReady() const { return m_repliesReady; }
+    void setRepliesReady(std::optional<bool> ready);
+
     // Records a successful synchronisation; publishes nothing.
     void synced(qint64 at, std::optional<QString> fingerprint);
     // The service no longer accepts the token. The owner and sync fields stay, tying the local
@@ -53,6 +58,7 @@ public:
 Q_SIGNALS:
     // Emitted on every publish, after the store holds the new account and before the write.
     void accountChanged(std::optional<quillo::Account> account);
+    void repliesReadyChanged();
 
 private:
     struct Record {
@@ -69,6 +75,7 @@ private:
 
     QString m_path;
     Record m_record;
+    std::optional<bool> m_repliesReady;
 };
 
 } // namespace quillo

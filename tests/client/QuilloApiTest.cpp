@@ -51,6 +51,7 @@ TEST_F(QuilloApi, SessionAccountAndDeletion) {
     ASSERT_TRUE(again.ok()) << again.error().description().toStdString();
     EXPECT_EQ(again->account.email, u"ana@example.com");
     EXPECT_FALSE(again->token.isEmpty());
+    EXPECT_EQ(again->repliesReady, std::optional(true)) << "the service has a model";
 
     const auto used = waitForResult(api->signInWithCode(QStringLiteral("not-a-code")));
     ASSERT_FALSE(used.ok());

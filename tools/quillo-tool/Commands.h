@@ -28,5 +28,6 @@ int segmentsCommand(const QStringList& arguments);
 int romanizeCommand(const QStringList& arguments);
 int translateCommand(const QStringList& arguments);
 int dictateCommand(const QStringList& arguments);
+int doctorCommand(const QStringList& arguments);
 
 } // namespace quillo::tool

@@ -42,6 +42,8 @@ const std::map<QString, Subcommand>& subcommands() {
          {romanizeCommand, "print the reading of TEXT in Latin letters (--language L TEXT)"}},
         {QStringLiteral("translate"),
          {translateCommand, "look TEXT up on the public translator (--from L --to L TEXT)"}},
+        {QStringLiteral("doctor"),
+         {doctorCommand, "check the service, session, model, dictation and translation"}},
         {QStringLiteral("dictate"),
          {dictateCommand, "play a WAV recording through dictation (--language L FILE.wav)"}},
     };

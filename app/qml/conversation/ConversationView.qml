@@ -120,6 +120,25 @@ Rectangle {
             }
         }
 
+        // Stays while no model answers the service, so nobody writes into a silence.
+        Label {
+            objectName: "repliesNotice"
+            Layout.fillWidth: true
+            Layout.leftMargin: Theme.padding
+            Layout.rightMargin: Theme.padding
+            visible: text.length > 0 && errorLine.text.length === 0
+            text: view.conversation.repliesNotice
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            padding: 6
+            color: Theme.secondaryText
+            font.pixelSize: Theme.smallSize + 0.5
+            background: Rectangle {
+                radius: 6
+                color: Theme.errorBackground
+            }
+        }
+
         Label {
             id: errorLine
             objectName: "errorLine"

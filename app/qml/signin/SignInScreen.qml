@@ -96,6 +96,15 @@ Rectangle {
             color: Theme.text
             font.pixelSize: Theme.bodySize
         }
+        Label {
+            objectName: "localCodeHint"
+            Layout.fillWidth: true
+            visible: text.length > 0
+            text: screen.account.localCodeHint
+            wrapMode: Text.Wrap
+            color: Theme.secondaryText
+            font.pixelSize: Theme.smallSize
+        }
         RowLayout {
             Layout.fillWidth: true
             spacing: Theme.spacing

@@ -49,6 +49,39 @@ TEST_F(ScreensRenderTest, TypingInTheComposerEndsWithTheContactsReplyOnScreen) {
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
 
+TEST_F(ScreensRenderTest, WithoutAModelTheConversationSaysSoUntilOneAnswers) {
+    // The service looks on one loopback port where nothing answers yet.
+    const int modelPort = server::apitest::freeLoopbackPort();
+    config.modelUrl.clear();
+    config.modelName.clear();
+    config.modelCandidates = {QStringLiteral("http://127.0.0.1:%1/v1").arg(modelPort)};
+    restart();
+    qputenv("QUILLO_API_URL", QStringLiteral("http://127.0.0.1:%1").arg(port()).toUtf8());
+    seed(seededDocument());
+    ASSERT_NO_FATAL_FAILURE(launch());
+    // As the window coming to the front does.
+    controller->didBecomeActive();
+    controller->navigation().select(spanishId);
+    const QString notice = QStringLiteral("No model is answering the service. Start Ollama or "
+                                          "llama.cpp on this computer, or set QUILLO_MODEL_URL.");
+    ASSERT_TRUE(spinUntil([&] {
+        QQuickItem* line = item(QStringLiteral("repliesNotice"));
+        return line && line->isVisible() && textOf(line) == notice;
+    }));
+    grab(QStringLiteral("conversation-no-model"));
+
+    // A model server starts; the service looks again when a reply is asked for, and the reply
+    // takes the line away.
+    ModelFixture later(8, modelPort);
+    later.setDefault(ModelFixture::reply(QStringLiteral(R"({"message":"¡Por fin!"})")));
+    clock.advance(60'000);
+    ASSERT_TRUE(context->conversation()->send(QStringLiteral("¿Hola?")));
+    ASSERT_TRUE(
+        spinUntil([&] { return !item(QStringLiteral("repliesNotice"))->isVisible(); }, 2500, 100));
+    EXPECT_EQ(controller->repository().state().messages.last().text, u"¡Por fin!");
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
 TEST_F(ScreensRenderTest, SpeakingIntoTheMicrophoneFillsTheComposer) {
     const dictationtest::SpokenRecording speech(QStringLiteral("es"),
                                                 QStringLiteral("Me gusta mucho la música."));
