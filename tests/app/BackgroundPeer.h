@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "PortalPeer.h"
+
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -40,16 +42,7 @@ public:
             return false;
         const QVariantMap options = qdbus_cast<QVariantMap>(message.arguments().at(1));
         requests.append({message.arguments().at(0).toString(), options});
-        QString sender = message.service().mid(1);
-        sender.replace(u'.', u'_');
-        const QString request = QStringLiteral("/org/freedesktop/portal/desktop/request/") +
-                                sender + u'/' +
-                                options.value(QStringLiteral("handle_token")).toString();
-        connection.send(message.createReply(QVariant::fromValue(QDBusObjectPath(request))));
-        QDBusMessage response = QDBusMessage::createSignal(
-            request, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"));
-        response << answer << results;
-        connection.send(response);
+        answerPortalCall(message, connection, portalRequestPath(message, options), answer, results);
         return true;
     }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "desktop/PortalHotKey.h"
 #include "EventsUntil.h"
+#include "PortalPeer.h"
 #include "PrivateBus.h"
 
 #include <QDBusArgument>
@@ -39,10 +40,9 @@ public:
             return false;
         calls.append(message.member());
         const QVariantMap options = qdbus_cast<QVariantMap>(message.arguments().constLast());
+        const QString request = apptest::portalRequestPath(message, options);
         QString sender = message.service().mid(1);
         sender.replace(u'.', u'_');
-        const QString request = portalPath + QStringLiteral("/request/") + sender + u'/' +
-                                options.value(QStringLiteral("handle_token")).toString();
         QVariantMap results;
         if (message.member() == QStringLiteral("CreateSession")) {
             session = portalPath + QStringLiteral("/session/") + sender + u'/' +
@@ -64,11 +64,7 @@ public:
         } else {
             return false;
         }
-        connection.send(message.createReply(QVariant::fromValue(QDBusObjectPath(request))));
-        QDBusMessage response = QDBusMessage::createSignal(
-            request, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Response"));
-        response << answer << results;
-        connection.send(response);
+        apptest::answerPortalCall(message, connection, request, answer, results);
         return true;
     }
 
