@@ -161,15 +161,6 @@ QCoro::Task<> ConversationFlow::produceReply(QString botId, std::optional<QStrin
             co_return;
         }
         if (error->isRetryable() && attempt < std::size(retryWaitsMillis)) {
-            // With no model behind the service, waiting brings none: the turn ends at once and
-            // the conversation says what is missing.
-            co_await m_account.refreshAccount();
-            if (alive.ended())
-                co_return;
-            if (m_session.repliesReady() == false) {
-                m_document.reportError(noAnswerLine);
-                co_return;
-            }
             qCInfo(lcConversation) << "retrying a reply turn:" << error->description();
             const bool waited =
                 co_await m_document.clock().sleep(retryWaitsMillis[attempt], alive.token());
