@@ -46,6 +46,8 @@ void Dictation::start(const QString& language) {
         report(notAllowedLine);
         return;
     }
+    // The last dictation's finish gets its own words before this one clears them.
+    deliver();
     m_committed.clear();
     setText({});
     m_levels = QList<float>(barCount, 0.0f);
@@ -174,9 +176,8 @@ void Dictation::deliver() {
 
 void Dictation::stop() {
     ++m_round;
-    // A finish still waiting delivers nothing now: the user dropped this dictation.
-    m_finishing = nullptr;
-    ++m_finishes;
+    // A finish still waiting is left to its fallback: the last words the user asked for arrive
+    // even when the owner tears listening down before the recogniser settles.
     if (m_source.isRunning())
         m_source.stop();
     m_feed->endAudio();

@@ -56,7 +56,8 @@ public:
     Q_INVOKABLE void start(const QString& language);
     // The user is done: `then` gets the trimmed final transcript, once.
     void finish(std::function<void(const QString&)> then);
-    // Tears everything down; late results change nothing.
+    // Tears everything down; late results change nothing. A finish already asked for still
+    // delivers the transcript of the moment when its fallback comes.
     Q_INVOKABLE void stop();
 
     // Feeds one level reading to the meter (the tap does, for every buffer).

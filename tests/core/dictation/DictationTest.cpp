@@ -141,16 +141,48 @@ TEST_F(DictationTest, FinishingTakesTheFinalResultOrWhatIsThereAfterASecondAndAH
     EXPECT_EQ(delivered.size(), 2);
     dictation.stop();
 
-    // Dropped before the end: nothing arrives later.
-    dictation.start(u"Spanish"_qs);
-    round(2).say(u"eh"_qs);
-    dictation.finish(keep);
-    dictation.stop();
-    clock.advance(Dictation::finishFallbackMillis);
-    EXPECT_EQ(delivered.size(), 2);
-
     // Not listening at all: the text of the moment, at once.
     dictation.finish(keep);
+    EXPECT_EQ(delivered.size(), 3);
+}
+
+TEST_F(DictationTest, AStopWhileFinishingStillDeliversTheWordsHeard) {
+    QStringList delivered;
+    const auto keep = [&delivered](const QString& text) { delivered.append(text); };
+
+    // The owner tears listening down while the last words are being recognised (the user
+    // switched conversation): the stopped round's late result no longer counts, but the
+    // fallback hands over what was heard.
+    dictation.start(u"Spanish"_qs);
+    round(0).say(u"hasta "_qs);
+    dictation.finish(keep);
+    dictation.stop();
+    EXPECT_FALSE(dictation.active());
+    EXPECT_TRUE(round(0).cancelled);
+    round(0).say(u"hasta luego"_qs, true);
+    EXPECT_TRUE(delivered.isEmpty());
+    clock.advance(Dictation::finishFallbackMillis);
+    EXPECT_EQ(delivered, QStringList{u"hasta"_qs});
+    clock.advance(Dictation::finishFallbackMillis);
+    EXPECT_EQ(delivered.size(), 1) << "delivered once";
+
+    // Listening starts again before the fallback: the old finish gets its own words then,
+    // and neither the new words nor the new finish go to it.
+    dictation.start(u"Spanish"_qs);
+    round(1).say(u"gracias"_qs);
+    dictation.finish(keep);
+    dictation.stop();
+    dictation.start(u"Spanish"_qs);
+    EXPECT_EQ(delivered.last(), u"gracias");
+    EXPECT_EQ(dictation.text(), QString());
+    ASSERT_TRUE(dictation.active());
+    round(2).say(u"de nada"_qs, true);
+    clock.advance(Dictation::finishFallbackMillis);
+    EXPECT_EQ(delivered.size(), 2);
+    EXPECT_TRUE(dictation.active()) << "still listening, its words kept for its own finish";
+    dictation.finish(keep);
+    round(3).say(u"adiós"_qs, true);
+    EXPECT_EQ(delivered.last(), u"de nada adiós");
     EXPECT_EQ(delivered.size(), 3);
 }
 
