@@ -13,6 +13,7 @@
 #include <QLoggingCategory>
 #include <QNetworkRequest>
 #include <QSet>
+#include <QTextBoundaryFinder>
 #include <QUrlQuery>
 
 namespace quillo {
@@ -76,8 +77,21 @@ const QHash<QString, QString>& codeTable() {
     return table;
 }
 
-bool isAsciiLetter(QChar c) {
-    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
+// Two characters as a reader counts them (a letter with a combining accent is one), each
+// starting with a letter of any script.
+bool isTwoLetters(const QString& text) {
+    QTextBoundaryFinder graphemes(QTextBoundaryFinder::Grapheme, text);
+    int count = 0;
+    for (qsizetype start = 0, end = graphemes.toNextBoundary(); end != -1;
+         start = end, end = graphemes.toNextBoundary()) {
+        const QChar lead = text.at(start);
+        const char32_t first = lead.isHighSurrogate() && end - start > 1
+                                   ? QChar::surrogateToUcs4(lead, text.at(start + 1))
+                                   : lead.unicode();
+        if (++count > 2 || !QChar::isLetter(first))
+            return false;
+    }
+    return count == 2;
 }
 
 // Scheme, host and port of an http(s) URL; nothing else of it.
@@ -217,8 +231,8 @@ std::optional<QString> FreeTranslator::languageCode(const QString& name) {
     const auto known = codeTable().constFind(key);
     if (known != codeTable().constEnd())
         return *known;
-    // A code given directly, such as "es". Codes are Latin letters, so "中文" is not one.
-    if (key.size() == 2 && isAsciiLetter(key.at(0)) && isAsciiLetter(key.at(1)))
+    // A code given directly, such as "es".
+    if (isTwoLetters(key))
         return key;
     return std::nullopt;
 }

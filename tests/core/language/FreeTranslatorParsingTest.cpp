@@ -25,7 +25,18 @@ TEST(FreeTranslatorParsing, LanguageCodesComeFromTheTableOrAreGivenDirectly) {
     EXPECT_EQ(code(u"ES"), u"es");
     EXPECT_EQ(code(u"Klingon"), std::nullopt);
     EXPECT_EQ(code(u"e1"), std::nullopt);
-    EXPECT_EQ(code(u"中文"), std::nullopt);
+    EXPECT_EQ(code(u"e-"), std::nullopt);
+    EXPECT_EQ(code(u"e"), std::nullopt);
+    EXPECT_EQ(code(u"esp"), std::nullopt);
+    EXPECT_EQ(code(u""), std::nullopt);
+
+    // Any two letters, whatever the script, counted as a reader counts characters.
+    EXPECT_EQ(code(u"中文"), u"中文");
+    EXPECT_EQ(code(u" ÑA "), u"ña");
+    EXPECT_EQ(code(u"\U00010428\U00010429"), u"\U00010428\U00010429") << "outside the BMP";
+    EXPECT_EQ(code(u"e\u0301s"), u"e\u0301s") << "an accent that combines is no character";
+    EXPECT_EQ(code(u"e\u0301"), std::nullopt);
+    EXPECT_EQ(code(u"文1"), std::nullopt);
 }
 
 TEST(FreeTranslatorParsing, LookupJoinsTheSentencesAndRejectsAnEcho) {
