@@ -155,9 +155,11 @@ QCoro::Task<> ConversationFlow::produceReply(QString botId, std::optional<QStrin
             co_return;
         }
         // A failure that never reached the service is not retried here: the client already
-        // tried, and the user can send again.
+        // tried, and the user can send again. Only once every wait was spent on passing trouble
+        // does the line blame the connection.
         if (status == ServiceStatus::Unreachable) {
-            m_document.reportError(unreachableLine());
+            m_document.reportError(attempt == std::size(retryWaitsMillis) ? unreachableLine()
+                                                                          : noAnswerLine);
             co_return;
         }
         if (error->isRetryable() && attempt < std::size(retryWaitsMillis)) {

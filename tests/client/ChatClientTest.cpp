@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "chat/ChatClient.h"
+#include "ScriptedService.h"
 #include "support/LoopbackServer.h"
 #include "support/ManualClock.h"
 
@@ -17,63 +18,11 @@
 #include <thread>
 
 using namespace quillo;
+using namespace quillo::clienttest;
 
 namespace {
 
 using Outcome = Result<ChatClient::Turn, ApiError>;
-
-std::string answer(const QString& modelText) {
-    return QJsonDocument(QJsonObject{{QStringLiteral("content"), modelText}})
-        .toJson(QJsonDocument::Compact)
-        .toStdString();
-}
-
-const std::string hola = answer(QStringLiteral("{\"message\":\"¡Hola!\"}"));
-
-// A stand-in for the reply endpoint on loopback: answers from a script, in order, and keeps
-// every request body in the order they arrived.
-class ScriptedService {
-public:
-    ScriptedService() {
-        m_http.server().set_keep_alive_max_count(1);
-        m_http.server().Post("/v1/reply",
-                             [this](const httplib::Request& request, httplib::Response& response) {
-                                 const std::lock_guard lock(m_mutex);
-                                 m_bodies.push_back(request.body);
-                                 std::pair<int, std::string> next{200, hola};
-                                 if (!m_script.empty()) {
-                                     next = m_script.front();
-                                     m_script.pop_front();
-                                 }
-                                 response.status = next.first;
-                                 response.set_content(next.second, "application/json");
-                             });
-        m_http.start();
-    }
-    ~ScriptedService() { m_http.stop(); }
-
-    QUrl url() const { return QUrl(m_http.url()); }
-
-    void script(std::initializer_list<std::pair<int, std::string>> answers) {
-        const std::lock_guard lock(m_mutex);
-        m_script.assign(answers);
-    }
-    int received() const {
-        const std::lock_guard lock(m_mutex);
-        return int(m_bodies.size());
-    }
-    QJsonObject request(int index) const {
-        const std::lock_guard lock(m_mutex);
-        return QJsonDocument::fromJson(QByteArray::fromStdString(m_bodies.at(size_t(index))))
-            .object();
-    }
-
-private:
-    testsupport::LoopbackServer m_http;
-    mutable std::mutex m_mutex;
-    std::deque<std::pair<int, std::string>> m_script;
-    std::vector<std::string> m_bodies;
-};
 
 // Lets the network do its part. The real-time cap only keeps a broken test from hanging.
 bool pumpUntil(const std::function<bool()>& done) {
@@ -125,8 +74,6 @@ protected:
     BotProfile bot;
     UserProfile profile;
 };
-
-} // namespace
 
 TEST_F(ChatClientTest, RequestsAreSpacedInTheOrderTheyCame) {
     const auto first = start();
@@ -235,3 +182,20 @@ TEST_F(ChatClientTest, CancellingEndsTheTurnWithoutAnotherRequest) {
     clock.advance(10'000);
     EXPECT_EQ(service.received(), 1);
 }
+
+TEST_F(ChatClientTest, AYesInAShapeThatIsNoReplyIsNotAskedAgain) {
+    // Another request would spend another of the user's replies.
+    for (const std::string body : {"<html>not json</html>", "{\"content\":7}", "{}"}) {
+        SCOPED_TRACE(body);
+        const int before = service.received();
+        service.script({{200, body}});
+        const auto outcome = start();
+        ASSERT_TRUE(ended(outcome));
+        ASSERT_FALSE((*outcome)->ok());
+        EXPECT_TRUE((*outcome)->error().decoding());
+        EXPECT_EQ(service.received(), before + 1);
+        clock.advance(10'000);
+    }
+}
+
+} // namespace

@@ -205,4 +205,26 @@ TEST_F(NudgeTest, AFailedTurnAddsNothingAndIsNotRetriedBeforeTheNextDelay) {
     EXPECT_EQ(model.requests().size(), asked);
 }
 
+TEST_F(NudgeTest, ASpentAllowanceDuringAPassIsSaidOnceAndAddsNothing) {
+    StoredState seed = quietChats();
+    const qint64 now = appClock.nowMillis();
+    seed.nextNudgeAt = {{lucia, now}, {polly, now}};
+    open(seed);
+    model.setDefault(ModelFixture::reply(QStringLiteral(R"({"message":"¿Qué tal?"})")));
+    appClock.set(now);
+    const auto done = launch(repository->nudges().run(now));
+    spinUntil([this] { return messages(lucia).size() == 1; });
+    // Another device spends the rest of the day while the second contact waits for its slot.
+    for (int i = 0; i < 6; ++i)
+        ASSERT_EQ(post("/v1/reply", replyRequest(), *session->token()).status, 200);
+    spinUntil([done] { return *done; }, true);
+
+    EXPECT_TRUE(messages(polly).isEmpty());
+    EXPECT_EQ(nextAt(polly), now + 85 * minute);
+    EXPECT_EQ(errors,
+              QStringList{QStringLiteral("You've used today's replies. More arrive tomorrow.")});
+    // Refreshed before the line, so the allowance on screen is current.
+    EXPECT_EQ(session->account()->repliesToday, 7);
+}
+
 } // namespace
