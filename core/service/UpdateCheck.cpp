@@ -91,11 +91,9 @@ std::optional<QUrl> downloadAddress(const QString& text, const QUrl& server) {
     const QUrl link(text, QUrl::StrictMode);
     if (link.isEmpty() || !link.isValid())
         return std::nullopt;
+    // Any absolute address is the service's to choose (a mirror over FTP, a store's own link);
+    // the banner hands it to the desktop's opener as it is.
     const QUrl absolute = server.resolved(link);
-    // The banner hands the address to the desktop's opener: only a web page or download will do.
-    const QString scheme = absolute.scheme().toLower();
-    if (scheme != u"http" && scheme != u"https")
-        return std::nullopt;
     if (!absolute.isValid() || absolute.isRelative())
         return std::nullopt;
     return absolute;

@@ -51,6 +51,15 @@ TEST_F(UpdateCheckService, ANewerReleaseGivesItsAddressOnTheService) {
     const std::optional<MacUpdate> elsewhere = check(QStringLiteral("1.4.2"));
     ASSERT_TRUE(elsewhere.has_value());
     EXPECT_EQ(elsewhere->url, QUrl(QStringLiteral("https://downloads.example.com/q.tar.gz")));
+    // Whatever its scheme: the desktop's opener decides what to do with it.
+    for (const QString& link : {QStringLiteral("ftp://mirror.example.org/pub/q-1.4.3.tar.gz"),
+                                QStringLiteral("appstream://org.example.Quillo"),
+                                QStringLiteral("file:///srv/releases/q-1.4.3.tar.gz")}) {
+        publish(QStringLiteral("1.4.3"), link);
+        const std::optional<MacUpdate> update = check(QStringLiteral("1.4.2"));
+        ASSERT_TRUE(update.has_value()) << link.toStdString();
+        EXPECT_EQ(update->url, QUrl(link));
+    }
 }
 
 TEST_F(UpdateCheckService, NothingUnlessTheReleaseIsNewer) {
@@ -65,8 +74,7 @@ TEST_F(UpdateCheckService, NothingUnlessTheReleaseIsNewer) {
     // A newer version with an address that cannot be opened is no use either.
     publish(QStringLiteral("1.5"), QStringLiteral("http://[not an address"));
     EXPECT_FALSE(check(QStringLiteral("1.4")).has_value());
-    // Nor one the desktop would open as anything but a web page.
-    publish(QStringLiteral("1.5"), QStringLiteral("file:///etc/passwd"));
+    publish(QStringLiteral("1.5"), QStringLiteral("https://example.com/a b.tar.gz"));
     EXPECT_FALSE(check(QStringLiteral("1.4")).has_value());
 }
 
