@@ -5,6 +5,12 @@
 
 namespace quillo {
 
+namespace {
+
+const QString noTranslationLine = QStringLiteral("No translation right now.");
+
+} // namespace
+
 WordHover::WordHover(QObject* parent)
     : QObject(parent) {}
 
@@ -20,11 +26,9 @@ void WordHover::show(const QString& messageId, const QString& word, const QStrin
     m_shown = true;
     m_word = word;
     m_reading = Romanizer::romanize(word, language).value_or(QString());
-    m_gloss = knownGloss;
-    m_failureLine.clear();
     m_busy = bool(m_lookup);
-    if (!m_lookup)
-        m_failureLine = QStringLiteral("No translation right now.");
+    m_gloss = m_busy ? knownGloss : QString();
+    m_failureLine = m_busy ? QString() : noTranslationLine;
     Q_EMIT changed();
     if (m_lookup)
         lookUp(request, messageId, word, language);
@@ -47,10 +51,13 @@ QCoro::Task<> WordHover::lookUp(quint64 request, QString messageId, QString word
     if (alive.ended() || request != m_request)
         co_return;
     m_busy = false;
-    if (meaning.ok() && !meaning->text.trimmed().isEmpty())
+    // The lookup has the last word: a failure says so, even over the message's own gloss.
+    if (meaning.ok() && !meaning->text.trimmed().isEmpty()) {
         m_gloss = meaning->text;
-    else if (m_gloss.isEmpty())
-        m_failureLine = QStringLiteral("No translation right now.");
+    } else {
+        m_gloss.clear();
+        m_failureLine = noTranslationLine;
+    }
     Q_EMIT changed();
 }
 

@@ -14,8 +14,8 @@
 namespace quillo {
 
 // The tooltip over the word under the pointer: the word, its reading, and its gloss once the
-// lookup answers ("No translation right now." when it fails). A newer word replaces an older
-// one whose answer then no longer counts.
+// lookup answers, or "No translation right now." in its place when the lookup fails. A newer
+// word replaces an older one whose answer then no longer counts.
 class WordHover : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -45,7 +45,8 @@ public:
     bool busy() const { return m_busy; }
     const QString& failureLine() const { return m_failureLine; }
 
-    // `knownGloss` is the message's own gloss for the word, shown until the lookup answers.
+    // `knownGloss` is the message's own gloss for the word, shown until the lookup answers;
+    // the answer replaces it, a failure included.
     Q_INVOKABLE void show(const QString& messageId, const QString& word, const QString& language,
                           const QString& knownGloss = {});
     Q_INVOKABLE void hide();

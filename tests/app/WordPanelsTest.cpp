@@ -57,15 +57,26 @@ TEST(WordHover, ShowsTheReadingAtOnceAndTheGlossOfTheNewestWordOnly) {
     EXPECT_EQ(hover.gloss(), u"meaning of друг");
     EXPECT_EQ(fetched, (QStringList{u"m1"_qs, u"m1"_qs}));
 
-    // A failed lookup keeps a gloss the message had, and says so only without one.
+    // A failed lookup says so in place of any gloss, the message's own included.
     hover.show(QStringLiteral("m2"), QStringLiteral("?кот"), QStringLiteral("Russian"),
                QStringLiteral("cat"));
+    EXPECT_EQ(hover.gloss(), u"cat") << "while the lookup runs";
+    EXPECT_TRUE(hover.busy());
     settle(clock, 150);
-    EXPECT_EQ(hover.gloss(), u"cat");
-    EXPECT_TRUE(hover.failureLine().isEmpty());
+    EXPECT_FALSE(hover.busy());
+    EXPECT_TRUE(hover.gloss().isEmpty());
+    EXPECT_EQ(hover.failureLine(), u"No translation right now.");
     hover.show(QStringLiteral("m2"), QStringLiteral("?пёс"), QStringLiteral("Russian"));
     settle(clock, 150);
+    EXPECT_TRUE(hover.gloss().isEmpty());
     EXPECT_EQ(hover.failureLine(), u"No translation right now.");
+    // Back on a word that answers: its gloss, and the failure gone.
+    hover.show(QStringLiteral("m2"), QStringLiteral("кот"), QStringLiteral("Russian"),
+               QStringLiteral("cat"));
+    EXPECT_TRUE(hover.failureLine().isEmpty());
+    settle(clock, 150);
+    EXPECT_EQ(hover.gloss(), u"meaning of кот");
+    EXPECT_TRUE(hover.failureLine().isEmpty());
 
     hover.hide();
     EXPECT_FALSE(hover.shown());
@@ -73,10 +84,12 @@ TEST(WordHover, ShowsTheReadingAtOnceAndTheGlossOfTheNewestWordOnly) {
 
 TEST(WordHover, WithoutALookupSaysThereIsNoTranslation) {
     WordHover hover;
-    hover.show(QStringLiteral("m1"), QStringLiteral("casa"), QStringLiteral("Spanish"));
+    hover.show(QStringLiteral("m1"), QStringLiteral("casa"), QStringLiteral("Spanish"),
+               QStringLiteral("house"));
     EXPECT_TRUE(hover.shown());
     EXPECT_FALSE(hover.busy());
     EXPECT_TRUE(hover.reading().isEmpty());
+    EXPECT_TRUE(hover.gloss().isEmpty());
     EXPECT_EQ(hover.failureLine(), u"No translation right now.");
 }
 

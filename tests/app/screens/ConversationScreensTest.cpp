@@ -163,6 +163,19 @@ TEST_F(ScreensRenderTest, RestingThePointerOnAJapaneseWordShowsItsGlossAndReadin
         return textOf(item(QStringLiteral("tooltipGloss"))) ==
                QStringLiteral("No translation right now.");
     }));
+    QTest::mouseMove(window(), QPoint(window()->width() / 2, window()->height() - 20));
+    ASSERT_TRUE(spinUntil([&] { return !tooltip->isVisible(); }));
+
+    // So it does over a word the message glossed itself: the failure, not the old gloss.
+    const qsizetype asked = translate.requests().size();
+    QTest::mouseMove(window(), centreOf(wordItem(QStringLiteral("すごい"))));
+    ASSERT_TRUE(spinUntil(
+        [&] { return translate.requests().size() > asked && !context->wordHover()->busy(); }));
+    EXPECT_TRUE(tooltip->isVisible());
+    EXPECT_EQ(textOf(item(QStringLiteral("tooltipWord"))), QStringLiteral("すごい"));
+    EXPECT_EQ(textOf(item(QStringLiteral("tooltipGloss"))),
+              QStringLiteral("No translation right now."));
+    grab(QStringLiteral("hover-failed"));
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
 
