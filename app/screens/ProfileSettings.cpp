@@ -193,10 +193,27 @@ QStringList ProfileSettings::themeTitles() {
     return titlesOf<ThemeChoice>();
 }
 
+int ProfileSettings::ageGroup() const {
+    return indexOf(m_repository.state().profile.ageGroup);
+}
+
+void ProfileSettings::setAgeGroup(int index) {
+    const UserAgeGroup group = caseAt(index, m_repository.state().profile.ageGroup);
+    m_repository.editing().saveProfile([group](UserProfile& profile) { profile.ageGroup = group; });
+}
+
+QStringList ProfileSettings::ageGroupTitles() {
+    return titlesOf<UserAgeGroup>();
+}
+
 void ProfileSettings::completeOnboarding(const QString& name, const QString& nativeLanguage,
-                                         const QStringList& languages, const QString& interests) {
+                                         const QStringList& languages, const QString& interests,
+                                         int ageGroup) {
+    // Setting up starts every profile as an adult's; the choice on the screen follows at once.
     m_repository.editing().completeOnboarding(name, nativeLanguage, languages,
                                               parseList(interests));
+    if (m_repository.state().profile.setupCompleted)
+        setAgeGroup(ageGroup);
 }
 
 void ProfileSettings::setLevel(const QString& language, int level) {

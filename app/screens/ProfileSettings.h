@@ -27,6 +27,9 @@ class ProfileSettings : public QObject {
     Q_PROPERTY(
         QString nativeLanguage READ nativeLanguage WRITE setNativeLanguage NOTIFY documentChanged)
     Q_PROPERTY(QString about READ about WRITE setAbout NOTIFY documentChanged)
+    // An index into ageGroupTitles; an under-18 user never gets a flirty contact.
+    Q_PROPERTY(int ageGroup READ ageGroup WRITE setAgeGroup NOTIFY documentChanged)
+    Q_PROPERTY(QStringList ageGroupTitles READ ageGroupTitles CONSTANT)
     // The interests as the comma-separated field shows them.
     Q_PROPERTY(QString interests READ interests WRITE setInterests NOTIFY documentChanged)
     Q_PROPERTY(bool progressiveDifficulty READ progressiveDifficulty WRITE setProgressiveDifficulty
@@ -94,9 +97,15 @@ public:
     static QStringList levelTitles();
     static QStringList replyLengthTitles();
     static QStringList themeTitles();
+    int ageGroup() const;
+    void setAgeGroup(int index);
+    static QStringList ageGroupTitles();
 
+    // Sets the user up as onboarding does, then records the age group they chose (an index into
+    // ageGroupTitles).
     Q_INVOKABLE void completeOnboarding(const QString& name, const QString& nativeLanguage,
-                                        const QStringList& languages, const QString& interests);
+                                        const QStringList& languages, const QString& interests,
+                                        int ageGroup);
     Q_INVOKABLE void setLevel(const QString& language, int level);
     Q_INVOKABLE void setReplyLength(const QString& language, int length);
     Q_INVOKABLE void setPronunciation(const QString& language, bool on);

@@ -130,17 +130,30 @@ TEST_F(ScreenAdaptersTest, SettingsChangeTheDocumentThroughPickerIndexes) {
     EXPECT_FALSE(repository->state().bot(QStringLiteral("yui")).has_value());
 }
 
-TEST_F(ScreenAdaptersTest, OnboardingTakesTheInterestsAsTyped) {
+TEST_F(ScreenAdaptersTest, OnboardingTakesTheInterestsAsTypedAndTheAgeGroupChosen) {
     open(StoredState());
     ProfileSettings settings(*repository, loginItem);
+    EXPECT_EQ(settings.ageGroupTitles(), (QStringList{u"Under 18"_qs, u"18+"_qs}));
     settings.completeOnboarding(QStringLiteral(" Ana "), QStringLiteral("English"),
                                 {QStringLiteral("Spanish"), QStringLiteral("Japanese")},
-                                QStringLiteral("music,  travel"));
+                                QStringLiteral("music,  travel"), 0);
     EXPECT_TRUE(settings.setupCompleted());
     EXPECT_EQ(settings.displayName(), u"Ana");
     EXPECT_EQ(repository->state().profile.interests, (QStringList{u"music"_qs, u"travel"_qs}));
     EXPECT_EQ(repository->state().bots.size(), 2);
     EXPECT_EQ(settings.languages().size(), 2);
+    EXPECT_EQ(repository->state().profile.ageGroup, UserAgeGroup::Under18);
+
+    // Changed later in the settings; an index out of range changes nothing.
+    settings.setAgeGroup(1);
+    EXPECT_EQ(repository->state().profile.ageGroup, UserAgeGroup::Adult);
+    settings.setAgeGroup(7);
+    EXPECT_EQ(settings.ageGroup(), 1);
+
+    // Setting up again starts from an adult's profile, then takes the choice.
+    settings.completeOnboarding(QStringLiteral("Ana"), QStringLiteral("English"),
+                                {QStringLiteral("Spanish")}, QString(), 1);
+    EXPECT_EQ(repository->state().profile.ageGroup, UserAgeGroup::Adult);
 }
 
 TEST_F(ScreenAdaptersTest, TheLoginEntryStartsQuilloQuietlyUntilRemoved) {

@@ -15,6 +15,7 @@ Rectangle {
     property string nativeLanguage: App.settings.nativeLanguage || "English"
     property var languages: []
     property string interests: App.settings.interests
+    property int ageGroup: App.settings.ageGroup
 
     readonly property bool ready: name.trim().length > 0 && nativeLanguage.trim().length > 0 && languages.length > 0
 
@@ -33,7 +34,7 @@ Rectangle {
             addLanguage(practised.language);
         if (!ready)
             return;
-        App.settings.completeOnboarding(name, nativeLanguage, languages, interests);
+        App.settings.completeOnboarding(name, nativeLanguage, languages, interests, ageGroup);
         // The first contact's chat opens, rather than an empty window.
         App.focusMostRelevantChat();
     }
@@ -74,6 +75,16 @@ Rectangle {
                 placeholderText: "What your contacts call you"
                 selectByMouse: true
                 onTextEdited: screen.name = text
+            }
+
+            SectionTitle {
+                text: "Age group"
+            }
+            ComboBox {
+                objectName: "ageGroup"
+                model: App.settings.ageGroupTitles
+                currentIndex: screen.ageGroup
+                onActivated: index => screen.ageGroup = index
             }
 
             SectionTitle {

@@ -69,6 +69,17 @@ Rectangle {
                     onEditingFinished: sheet.settings.displayName = text
                 }
                 Label {
+                    text: "Age group"
+                    color: Theme.text
+                    font.pixelSize: Theme.bodySize
+                }
+                ComboBox {
+                    objectName: "ageGroupPicker"
+                    model: sheet.settings.ageGroupTitles
+                    currentIndex: sheet.settings.ageGroup
+                    onActivated: index => sheet.settings.ageGroup = index
+                }
+                Label {
                     text: "Your own language"
                     color: Theme.text
                     font.pixelSize: Theme.bodySize

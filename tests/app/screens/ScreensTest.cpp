@@ -52,6 +52,11 @@ TEST_F(ScreensRenderTest, EveryScreenOfASetUpUserRendersWithoutWarnings) {
     context->openSettings();
     ASSERT_TRUE(spinUntil([this] { return item(QStringLiteral("settingsSheet")) != nullptr; }));
     grab(QStringLiteral("settings"));
+    QQuickItem* ageGroup = item(QStringLiteral("ageGroupPicker"));
+    ASSERT_NE(ageGroup, nullptr);
+    EXPECT_EQ(ageGroup->property("displayText").toString(), u"18+");
+    QMetaObject::invokeMethod(ageGroup, "activated", Q_ARG(int, 0));
+    EXPECT_EQ(controller->repository().state().profile.ageGroup, UserAgeGroup::Under18);
     QQuickItem* scroll = item(QStringLiteral("settingsScroll"));
     ASSERT_NE(scroll, nullptr);
     if (auto* flickable = scroll->property("contentItem").value<QQuickItem*>()) {
@@ -113,6 +118,12 @@ TEST_F(ScreensRenderTest, SigningInWithAnAccessCodeLeadsThroughOnboardingToTheCh
     QQmlProperty::write(onboarding, QStringLiteral("languages"),
                         QStringList{QStringLiteral("Japanese"), QStringLiteral("Spanish")});
     QQmlProperty::write(onboarding, QStringLiteral("interests"), QStringLiteral("music, travel"));
+    // Under 18, picked in the age group's list as a click would.
+    QQuickItem* ageGroup = item(QStringLiteral("ageGroup"));
+    ASSERT_NE(ageGroup, nullptr);
+    EXPECT_EQ(ageGroup->property("displayText").toString(), u"18+");
+    QMetaObject::invokeMethod(ageGroup, "activated", Q_ARG(int, 0));
+    EXPECT_EQ(ageGroup->property("displayText").toString(), u"Under 18");
     grab(QStringLiteral("onboarding-filled"));
     ASSERT_TRUE(onboarding->property("ready").toBool())
         << "name " << onboarding->property("name").toString().toStdString() << ", languages "
@@ -124,6 +135,7 @@ TEST_F(ScreensRenderTest, SigningInWithAnAccessCodeLeadsThroughOnboardingToTheCh
         << ", signed in: " << context->account()->signedIn();
     EXPECT_EQ(context->chats()->rowCount(), 2);
     EXPECT_TRUE(controller->repository().state().profile.setupCompleted);
+    EXPECT_EQ(controller->repository().state().profile.ageGroup, UserAgeGroup::Under18);
     EXPECT_FALSE(controller->navigation().selectedBotId().isEmpty())
         << "a chat is open to start with";
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
