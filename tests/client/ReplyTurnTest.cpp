@@ -50,7 +50,13 @@ protected:
         Account account;
         account.email = QStringLiteral("ana@example.com");
         session->signedIn({QStringLiteral("token"), account});
-        api = std::make_unique<QuilloAPI>(service.url());
+        connectTo(service.url());
+    }
+
+    // The app as it starts over, talking to the endpoint at `url`.
+    void connectTo(const QUrl& url) {
+        repository.reset();
+        api = std::make_unique<QuilloAPI>(url);
         repository = std::make_unique<ChatRepository>(*store, *session, *api, appClock);
         QObject::connect(repository.get(), &ChatRepository::errorOccurred,
                          [this](const QString& line) { errors.append(line); });
@@ -76,6 +82,18 @@ protected:
                 appClock.advance(100);
         }
         FAIL() << "the turn did not end";
+    }
+
+    // The same, until the endpoint has had `count` requests; whether it had.
+    bool runUntilReceived(int count) {
+        QElapsedTimer guard;
+        guard.start();
+        while (service.received() < count && guard.elapsed() < 10'000) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+            if (appClock.sleeping() > 0)
+                appClock.advance(100);
+        }
+        return service.received() >= count;
     }
 
     QList<ChatMessage> messages() const { return repository->state().messagesFor(lucia); }
@@ -148,32 +166,20 @@ TEST_F(ReplyTurnTest, NotReachingTheServiceIsSaidSoOnlyOnceTheWaitsAreSpent) {
     // connection yet.
     ScriptedService gone;
     gone.stop();
-    api = std::make_unique<QuilloAPI>(gone.url());
-    repository = std::make_unique<ChatRepository>(*store, *session, *api, appClock);
-    QObject::connect(repository.get(), &ChatRepository::errorOccurred,
-                     [this](const QString& line) { errors.append(line); });
+    connectTo(gone.url());
     repository->conversation().send(lucia, QStringLiteral("hola"));
     settle();
     EXPECT_EQ(errors, QStringList{noAnswer});
 
     // Passing trouble three turns long, then the service is gone for the last one.
     errors.clear();
-    api = std::make_unique<QuilloAPI>(service.url());
-    repository = std::make_unique<ChatRepository>(*store, *session, *api, appClock);
-    QObject::connect(repository.get(), &ChatRepository::errorOccurred,
-                     [this](const QString& line) { errors.append(line); });
+    connectTo(service.url());
     QList<std::pair<int, std::string>> trouble;
     for (int i = 0; i < 9; ++i)
         trouble.append(status(503));
     service.script(trouble);
     repository->conversation().send(lucia, QStringLiteral("¿hola?"));
-    QElapsedTimer guard;
-    guard.start();
-    while (service.received() < 9 && guard.elapsed() < 10'000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        if (appClock.sleeping() > 0)
-            appClock.advance(100);
-    }
+    ASSERT_TRUE(runUntilReceived(9));
     service.stop();
     settle();
     EXPECT_EQ(errors, QStringList{QStringLiteral(
@@ -184,13 +190,7 @@ TEST_F(ReplyTurnTest, AMessageWrittenDuringAFailingTurnGetsATurnOfItsOwn) {
     service.script({status(503), status(503), status(503), status(400), {200, hola}});
     repository->conversation().send(lucia, QStringLiteral("hola"));
     // During the first wait, the user writes again.
-    QElapsedTimer guard;
-    guard.start();
-    while (service.received() < 3 && guard.elapsed() < 10'000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        if (appClock.sleeping() > 0)
-            appClock.advance(100);
-    }
+    ASSERT_TRUE(runUntilReceived(3));
     repository->conversation().addUserMessage(lucia, QStringLiteral("¿estás?"));
     settle();
     EXPECT_EQ(errors, QStringList{noAnswer});
