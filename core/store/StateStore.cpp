@@ -140,8 +140,14 @@ struct StateStore::Writer {
     // Moves the file at `path` out of the way under a name that nothing reads again, so that
     // the user can still recover it. False when it stays where it is.
     bool setAside(const QString& reason) {
-        const QString name = QStringLiteral("state-before-sync-%1.json").arg(clock.nowMillis());
-        const QString aside = QFileInfo(path).dir().filePath(name);
+        // Two documents set aside within one millisecond (a damaged copy replaced and damaged
+        // again) must not meet at one name: the second would stay in place and nothing could
+        // be saved any more. The later one takes the first free "-2", "-3"...
+        const QDir dir = QFileInfo(path).dir();
+        const QString stamp = QString::number(clock.nowMillis());
+        QString aside = dir.filePath(QStringLiteral("state-before-sync-%1.json").arg(stamp));
+        for (int n = 2; QFileInfo::exists(aside) && n < 1000; ++n)
+            aside = dir.filePath(QStringLiteral("state-before-sync-%1-%2.json").arg(stamp).arg(n));
         QFile file(path);
         if (!file.rename(aside)) {
             qCCritical(lcState).noquote() << "the document at" << path << "is" << reason

@@ -223,24 +223,28 @@ TEST_F(StateStoreTest, UnusableDocumentsAreSetAsideAndNeverWrittenOver) {
     }
 }
 
-TEST_F(StateStoreTest, ADocumentThatCannotBeMovedAsideIsKeptUntilItCan) {
+TEST_F(StateStoreTest, ADocumentSetAsideWithinTheSameMillisecondTakesTheNextFreeName) {
+    // A copy set aside a moment ago holds the name this millisecond would give: the damaged
+    // document goes next to it, nothing is written over, and saving goes on.
     const QByteArray damaged = "{\"provider\":";
     write(statePath(), damaged);
     write(file(asideName), "an earlier set-aside file");
+    write(file(QStringLiteral("state-before-sync-1700000123456-2.json")), "and another");
 
     StateStore store(statePath(), m_clock);
     EXPECT_EQ(store.load(), StoredState{});
-    store.save(sampleDocument(QStringLiteral("Ana")));
-    store.flush();
-    EXPECT_EQ(read(statePath()), damaged);
     EXPECT_EQ(read(file(asideName)), "an earlier set-aside file");
-    EXPECT_TRUE(LogCapture::all().contains(u"not saved"));
+    EXPECT_EQ(read(file(QStringLiteral("state-before-sync-1700000123456-2.json"))), "and another");
+    EXPECT_EQ(read(file(QStringLiteral("state-before-sync-1700000123456-3.json"))), damaged);
 
-    // A millisecond later the name is free, so the next save moves the file and writes.
-    m_clock.advance(1);
-    store.save(sampleDocument(QStringLiteral("Bea")));
-    store.flush();
-    EXPECT_EQ(read(file(QStringLiteral("state-before-sync-1700000123457.json"))), damaged);
+    // Damaged again within the same millisecond: still set aside, and the save still lands.
+    write(statePath(), damaged + "again");
+    StateStore again(statePath(), m_clock);
+    EXPECT_EQ(again.load(), StoredState{});
+    again.save(sampleDocument(QStringLiteral("Bea")));
+    again.flush();
+    EXPECT_EQ(read(file(QStringLiteral("state-before-sync-1700000123456-4.json"))),
+              damaged + "again");
     EXPECT_EQ(read(statePath()), encoded(sampleDocument(QStringLiteral("Bea"))));
 }
 
