@@ -4,6 +4,7 @@
 #include "ServerProcess.h"
 #include "client/TranslateFixture.h"
 #include "store/SessionStore.h"
+#include "support/LoopbackServer.h"
 
 using namespace quillo;
 using namespace quillo::server::apitest;
@@ -108,13 +109,27 @@ TEST_F(DoctorCommand, SaysWhatToDoWhenNoModelAnswersOrNobodyIsSignedIn) {
     EXPECT_TRUE(lineOf(run, QStringLiteral("translate")).startsWith(u"not reached: "));
 }
 
-TEST_F(DoctorCommand, StopsAtAServiceThatIsNotThere) {
+TEST_F(DoctorCommand, StopsAtAServiceThatIsNotThereOrIsNotQuillos) {
     qputenv("QUILLO_API_URL", "http://127.0.0.1:9");
     const ToolRun run = runQuilloTool({QStringLiteral("doctor")});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(QString::fromUtf8(run.out),
               u"service    nothing answers at http://127.0.0.1:9. Start it (scripts/run) or set "
               u"QUILLO_API_URL.\n");
+
+    // Something else listens there: a web page is no service.
+    testsupport::LoopbackServer page;
+    page.server().Get("/readyz", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content("<html>hello</html>", "text/html");
+    });
+    page.start();
+    qputenv("QUILLO_API_URL", page.url().toUtf8());
+    const ToolRun other = runQuilloTool({QStringLiteral("doctor")});
+    EXPECT_EQ(other.exitCode, 1);
+    EXPECT_EQ(QString::fromUtf8(other.out),
+              QStringLiteral("service    something answers at %1, but not Quillo's service "
+                             "(status 200). Check QUILLO_API_URL.\n")
+                  .arg(page.url()));
 }
 
 } // namespace

@@ -138,9 +138,16 @@ int doctorCommand(const QStringList& arguments) {
     LocalApp app;
     const QUrl base = app.api.baseURL();
     const ServiceAnswer ready = ask(base, "GET", QStringLiteral("/readyz"), std::nullopt);
-    if (!ready.status || ready.json.isEmpty()) {
+    if (!ready.status) {
         say("service", QStringLiteral("nothing answers at ") + base.toString() +
                            QStringLiteral(". Start it (scripts/run) or set QUILLO_API_URL."));
+        return NoResult;
+    }
+    if (ready.json.isEmpty()) {
+        say("service", QStringLiteral("something answers at ") + base.toString() +
+                           QStringLiteral(", but not Quillo's service (status %1). Check "
+                                          "QUILLO_API_URL.")
+                               .arg(*ready.status));
         return NoResult;
     }
     const QString version = text(ready.json, u"version");
