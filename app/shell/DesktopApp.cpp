@@ -2,6 +2,7 @@
 #include "DesktopApp.h"
 
 #include "desktop/LoginItem.h"
+#include "screens/Appearance.h"
 #include "store/AppIdentity.h"
 
 #include <QApplication>
@@ -24,13 +25,14 @@ QImage paintAvatar(const NotificationPayload& payload) {
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(payload.accent.isEmpty() ? QStringLiteral("#5BB6FF") : payload.accent));
+    const QColor accent(payload.accent.isEmpty() ? QStringLiteral("#5BB6FF") : payload.accent);
+    painter.setBrush(accent);
     painter.drawEllipse(0, 0, size, size);
     QFont font = painter.font();
     font.setPixelSize(size * 38 / 100);
     font.setWeight(QFont::DemiBold);
     painter.setFont(font);
-    painter.setPen(Qt::white);
+    painter.setPen(Appearance::initialsColor(accent));
     painter.drawText(QRect(0, 0, size, size), Qt::AlignCenter, payload.initials);
     return image;
 }

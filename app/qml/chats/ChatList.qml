@@ -52,7 +52,7 @@ Rectangle {
             Layout.fillWidth: true
             Layout.margins: Theme.spacing
             Layout.leftMargin: Theme.padding
-            spacing: 2
+            spacing: Theme.px(2)
 
             Label {
                 Layout.fillWidth: true
@@ -64,7 +64,7 @@ Rectangle {
             ToolButton {
                 objectName: "refreshButton"
                 text: "⟳"
-                font.pixelSize: 16
+                font.pixelSize: Theme.iconSize
                 enabled: !App.refreshing
                 ToolTip.visible: hovered
                 ToolTip.delay: 600
@@ -74,7 +74,7 @@ Rectangle {
             ToolButton {
                 objectName: "newContactButton"
                 text: "+"
-                font.pixelSize: 18
+                font.pixelSize: Theme.px(18)
                 ToolTip.visible: hovered
                 ToolTip.delay: 600
                 ToolTip.text: "New contact"
@@ -83,7 +83,7 @@ Rectangle {
             ToolButton {
                 objectName: "settingsButton"
                 text: "⚙"
-                font.pixelSize: 16
+                font.pixelSize: Theme.iconSize
                 ToolTip.visible: hovered
                 ToolTip.delay: 600
                 ToolTip.text: "Settings"
@@ -92,7 +92,7 @@ Rectangle {
             ToolButton {
                 objectName: "menuButton"
                 text: "⋮"
-                font.pixelSize: 16
+                font.pixelSize: Theme.iconSize
                 ToolTip.visible: hovered && !menu.visible
                 ToolTip.delay: 600
                 ToolTip.text: "More"
@@ -144,7 +144,7 @@ Rectangle {
                     visible: parent.height > 0
                     leftPadding: Theme.padding
                     topPadding: Theme.spacing * 1.5
-                    bottomPadding: 4
+                    bottomPadding: Theme.smallSpacing
                     text: "Inactive"
                     color: Theme.faintText
                     font.pixelSize: Theme.smallSize

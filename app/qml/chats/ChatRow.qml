@@ -23,9 +23,8 @@ Rectangle {
     signal clicked
     signal editRequested
 
-    height: 64
+    height: Theme.chatRowHeight
     color: selected ? Theme.selectedRow : hover.hovered ? Theme.hoverRow : "transparent"
-    opacity: active ? 1 : 0.6
 
     function when(millis) {
         if (millis <= 0)
@@ -48,16 +47,17 @@ Rectangle {
         anchors.fill: parent
         anchors.leftMargin: Theme.padding - 4
         anchors.rightMargin: Theme.padding - 4
-        spacing: 10
+        spacing: Theme.px(10)
 
         Avatar {
-            size: 42
+            size: Theme.avatarSize
+            muted: !row.active
             initials: row.initials
             accent: row.accent
         }
         ColumnLayout {
             Layout.fillWidth: true
-            spacing: 2
+            spacing: Theme.px(2)
             RowLayout {
                 Layout.fillWidth: true
                 Label {
@@ -65,12 +65,12 @@ Rectangle {
                     text: row.name
                     elide: Text.ElideRight
                     color: Theme.text
-                    font.pixelSize: Theme.bodySize + 0.5
+                    font.pixelSize: Theme.px(13.5)
                     font.weight: row.unread > 0 ? Font.DemiBold : Font.Medium
                 }
                 Label {
                     text: row.when(row.lastMessageAt)
-                    color: row.unread > 0 ? Theme.accent : Theme.faintText
+                    color: row.unread > 0 ? Theme.accentForeground : Theme.faintText
                     font.pixelSize: Theme.smallSize
                 }
             }
@@ -82,23 +82,23 @@ Rectangle {
                     text: row.typing ? "typing…" : (row.lastMessage.length > 0 ? row.lastMessage.replace(/\s+/g, " ") : row.language)
                     elide: Text.ElideRight
                     maximumLineCount: 1
-                    color: row.typing ? Theme.accent : Theme.secondaryText
-                    font.pixelSize: Theme.smallSize + 0.5
+                    color: row.typing ? Theme.accentForeground : Theme.secondaryText
+                    font.pixelSize: Theme.px(12)
                     font.italic: row.typing
                 }
                 Rectangle {
                     objectName: "unreadBadge"
                     visible: row.unread > 0
-                    height: 18
-                    width: Math.max(18, badge.implicitWidth + 10)
-                    radius: 9
+                    height: Theme.badgeHeight
+                    width: Math.max(height, badge.implicitWidth + Theme.px(10))
+                    radius: height / 2
                     color: Theme.unreadBadge
                     Label {
                         id: badge
                         anchors.centerIn: parent
                         text: row.unread
-                        color: "#FFFFFF"
-                        font.pixelSize: 11
+                        color: Theme.accentText
+                        font.pixelSize: Theme.px(11)
                         font.weight: Font.DemiBold
                     }
                 }

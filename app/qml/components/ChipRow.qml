@@ -11,16 +11,16 @@ Flow {
     property var choices: Theme.interestSuggestions
     signal changed(string list)
 
-    spacing: 6
+    spacing: Theme.px(6)
 
     Repeater {
         model: chips.choices
         delegate: Rectangle {
             required property string modelData
             readonly property bool chosen: App.settings.listHolds(chips.list, modelData)
-            height: 28
+            height: Theme.chipHeight
             width: chipLabel.implicitWidth + 24
-            radius: 14
+            radius: height / 2
             color: chosen ? Theme.accent : "transparent"
             border.color: chosen ? Theme.accent : Theme.separator
 
@@ -29,7 +29,7 @@ Flow {
                 anchors.centerIn: parent
                 text: parent.modelData
                 color: parent.chosen ? Theme.accentText : Theme.text
-                font.pixelSize: Theme.smallSize + 0.5
+                font.pixelSize: Theme.px(12)
             }
             MouseArea {
                 anchors.fill: parent

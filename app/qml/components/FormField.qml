@@ -13,7 +13,7 @@ ColumnLayout {
     property bool multiline: false
     signal edited(string text)
 
-    spacing: 4
+    spacing: Theme.smallSpacing
     Layout.fillWidth: true
 
     Label {
@@ -33,7 +33,7 @@ ColumnLayout {
     TextArea {
         visible: field.multiline
         Layout.fillWidth: true
-        Layout.minimumHeight: 64
+        Layout.minimumHeight: Theme.fieldMinimumHeight
         text: field.text
         placeholderText: field.placeholder
         wrapMode: TextArea.Wrap
@@ -41,9 +41,9 @@ ColumnLayout {
         onTextChanged: if (activeFocus)
             field.edited(text)
         background: Rectangle {
-            radius: 6
+            radius: Theme.smallRadius
             color: Theme.surface
-            border.color: parent.activeFocus ? Theme.accent : Theme.separator
+            border.color: parent.activeFocus ? Theme.focusRing : Theme.inputBorder
         }
     }
     Label {

@@ -49,11 +49,11 @@ TextField {
 
         y: field.height + 2
         width: field.width
-        padding: 4
+        padding: Theme.smallSpacing
         visible: false
 
         background: Rectangle {
-            radius: 6
+            radius: Theme.smallRadius
             color: Theme.surfaceRaised
             border.color: Theme.separator
         }

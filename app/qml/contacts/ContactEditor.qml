@@ -69,20 +69,20 @@ Rectangle {
                 RowLayout {
                     spacing: Theme.padding
                     Avatar {
-                        size: 64
+                        size: Theme.largeAvatarSize
                         initials: editor.draft.initials
                         accent: editor.draft.accent
                     }
                     Flow {
                         Layout.fillWidth: true
-                        spacing: 6
+                        spacing: Theme.px(6)
                         Repeater {
                             model: editor.draft.accents
                             delegate: Rectangle {
                                 required property string modelData
-                                width: 24
-                                height: 24
-                                radius: 12
+                                width: Theme.px(24)
+                                height: Theme.px(24)
+                                radius: width / 2
                                 color: modelData
                                 border.width: editor.draft.accent === modelData ? 3 : 0
                                 border.color: Theme.text

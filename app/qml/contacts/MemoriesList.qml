@@ -8,7 +8,7 @@ import Quillo.Components
 ColumnLayout {
     id: memories
     property var draft
-    spacing: 4
+    spacing: Theme.smallSpacing
 
     Label {
         objectName: "noMemories"
@@ -17,7 +17,7 @@ ColumnLayout {
         text: "Nothing yet. What you share in the chat shows up here, and the contact brings it up later."
         wrapMode: Text.Wrap
         color: Theme.secondaryText
-        font.pixelSize: Theme.smallSize + 0.5
+        font.pixelSize: Theme.px(12)
     }
     Repeater {
         model: memories.draft.memories
@@ -25,14 +25,14 @@ ColumnLayout {
             required property string modelData
             Layout.fillWidth: true
             implicitHeight: memoryRow.implicitHeight + 8
-            radius: 6
+            radius: Theme.smallRadius
             color: Theme.surface
             border.color: Theme.separator
             RowLayout {
                 id: memoryRow
                 anchors.fill: parent
-                anchors.leftMargin: 10
-                anchors.rightMargin: 2
+                anchors.leftMargin: Theme.px(10)
+                anchors.rightMargin: Theme.px(2)
                 Label {
                     Layout.fillWidth: true
                     text: modelData

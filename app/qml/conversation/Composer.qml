@@ -74,7 +74,7 @@ Rectangle {
         id: problem
         objectName: "dictationProblem"
         anchors.top: parent.top
-        anchors.topMargin: 6
+        anchors.topMargin: Theme.px(6)
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.leftMargin: Theme.padding
@@ -112,18 +112,18 @@ Rectangle {
                 placeholderText: "Message " + App.conversation.name
                 wrapMode: TextArea.Wrap
                 selectByMouse: true
-                font.pixelSize: Theme.bodySize + 1
+                font.pixelSize: Theme.px(14)
                 color: Theme.text
                 placeholderTextColor: Theme.faintText
                 background: Rectangle {
-                    radius: 18
+                    radius: Theme.px(18)
                     color: Theme.surface
-                    border.color: input.activeFocus ? Theme.accent : Theme.separator
+                    border.color: input.activeFocus ? Theme.focusRing : Theme.inputBorder
                 }
-                leftPadding: 14
-                rightPadding: 14
-                topPadding: 9
-                bottomPadding: 9
+                leftPadding: Theme.px(14)
+                rightPadding: Theme.px(14)
+                topPadding: Theme.px(9)
+                bottomPadding: Theme.px(9)
                 Keys.onReturnPressed: event => {
                     if (event.modifiers & Qt.ShiftModifier) {
                         event.accepted = false;
@@ -170,7 +170,7 @@ Rectangle {
             objectName: "sendButton"
             Layout.alignment: Qt.AlignBottom
             text: "↑"
-            font.pixelSize: 16
+            font.pixelSize: Theme.iconSize
             highlighted: true
             enabled: input.text.trim().length > 0
             onClicked: composer.send()

@@ -12,17 +12,17 @@ Rectangle {
     signal editContact
 
     readonly property var conversation: App.conversation
-    implicitHeight: 60
+    implicitHeight: Theme.headerHeight
     color: Theme.window
 
     RowLayout {
         anchors.fill: parent
         anchors.leftMargin: Theme.padding
         anchors.rightMargin: Theme.spacing
-        spacing: 10
+        spacing: Theme.px(10)
 
         Avatar {
-            size: 36
+            size: Theme.smallAvatarSize
             initials: header.conversation.initials
             accent: header.conversation.accent
         }
@@ -35,13 +35,13 @@ Rectangle {
                 text: header.conversation.name
                 elide: Text.ElideRight
                 color: Theme.text
-                font.pixelSize: Theme.bodySize + 2
+                font.pixelSize: Theme.px(15)
                 font.weight: Font.DemiBold
             }
             Label {
                 Layout.fillWidth: true
                 text: header.conversation.typing ? "typing…" : header.conversation.languageLine + (header.conversation.active ? "" : " · inactive")
-                color: header.conversation.typing ? Theme.accent : Theme.secondaryText
+                color: header.conversation.typing ? Theme.accentForeground : Theme.secondaryText
                 font.pixelSize: Theme.smallSize
             }
         }

@@ -57,7 +57,7 @@ Rectangle {
             // Newest at the bottom edge, which is where the list starts: opening a long chat
             // builds its last messages first, and a new one pushes the others up.
             verticalLayoutDirection: ListView.BottomToTop
-            spacing: 2
+            spacing: Theme.px(2)
             topMargin: Theme.spacing
             bottomMargin: Theme.spacing
             // Only what is on screen, and a little around it, is ever built and laid out.
@@ -130,11 +130,11 @@ Rectangle {
             text: view.conversation.repliesNotice
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
-            padding: 6
+            padding: Theme.px(6)
             color: Theme.secondaryText
-            font.pixelSize: Theme.smallSize + 0.5
+            font.pixelSize: Theme.px(12)
             background: Rectangle {
-                radius: 6
+                radius: Theme.smallRadius
                 color: Theme.errorBackground
             }
         }
@@ -149,11 +149,11 @@ Rectangle {
             text: view.conversation.errorLine
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
-            padding: 6
+            padding: Theme.px(6)
             color: Theme.danger
-            font.pixelSize: Theme.smallSize + 0.5
+            font.pixelSize: Theme.px(12)
             background: Rectangle {
-                radius: 6
+                radius: Theme.smallRadius
                 color: Theme.errorBackground
             }
             // Said once: it goes by itself after a while, or with the next message.
@@ -203,7 +203,7 @@ Rectangle {
         visible: view.selectionBubble !== null && !App.selectionTranslation.shown
         text: "Translate"
         highlighted: true
-        font.pixelSize: Theme.smallSize + 0.5
+        font.pixelSize: Theme.px(12)
         readonly property point at: view.selectionBubble ? view.selectionBubble.mapToItem(view, 0, 0) : Qt.point(0, 0)
         x: Math.max(8, Math.min(view.width - width - 8, at.x + Theme.padding))
         y: Math.max(8, at.y - height - 2)

@@ -11,31 +11,31 @@ Rectangle {
     id: bar
     required property ComposerDictation dictation
 
-    radius: 18
+    radius: Theme.px(18)
     color: Theme.surface
     border.color: Theme.accent
     implicitHeight: Math.max(40, transcript.implicitHeight + 18)
 
     RowLayout {
         anchors.fill: parent
-        anchors.leftMargin: 12
-        anchors.rightMargin: 6
+        anchors.leftMargin: Theme.px(12)
+        anchors.rightMargin: Theme.px(6)
         spacing: Theme.spacing
 
         Row {
             id: meter
             objectName: "levelMeter"
             Layout.alignment: Qt.AlignVCenter
-            spacing: 2
+            spacing: Theme.px(2)
             Repeater {
                 model: bar.dictation.levels
                 Rectangle {
                     required property real modelData
                     objectName: "levelBar"
                     anchors.verticalCenter: parent.verticalCenter
-                    width: 3
-                    radius: 1.5
-                    height: 3 + modelData * 21
+                    width: Theme.px(3)
+                    radius: width / 2
+                    height: Theme.px(3 + modelData * 21)
                     color: Theme.accent
                     opacity: 0.45 + modelData * 0.55
                 }
@@ -50,7 +50,7 @@ Rectangle {
             wrapMode: Text.Wrap
             maximumLineCount: 4
             elide: Text.ElideLeft
-            font.pixelSize: Theme.bodySize + 1
+            font.pixelSize: Theme.px(14)
         }
         ToolButton {
             objectName: "cancelDictation"

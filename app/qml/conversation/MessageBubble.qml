@@ -83,7 +83,7 @@ Item {
             text: message.timeText(message.createdAt)
             color: message.fromUser ? Theme.ownBubbleText : Theme.faintText
             opacity: message.fromUser ? 0.75 : 1
-            font.pixelSize: 10
+            font.pixelSize: Theme.tinySize
         }
     }
 

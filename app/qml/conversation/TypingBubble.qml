@@ -5,8 +5,8 @@ import Quillo.Components
 // Three dots in a contact's bubble while its reply is being written.
 Rectangle {
     id: bubble
-    width: 64
-    height: 36
+    width: Theme.px(64)
+    height: Theme.px(36)
     radius: Theme.bubbleRadius
     color: Theme.theirBubble
     border.color: Theme.separator
@@ -14,14 +14,14 @@ Rectangle {
 
     Row {
         anchors.centerIn: parent
-        spacing: 5
+        spacing: Theme.px(5)
         Repeater {
             model: 3
             delegate: Rectangle {
                 required property int index
-                width: 7
-                height: 7
-                radius: 3.5
+                width: Theme.px(7)
+                height: Theme.px(7)
+                radius: width / 2
                 color: Theme.secondaryText
                 SequentialAnimation on opacity  {
                     running: bubble.visible

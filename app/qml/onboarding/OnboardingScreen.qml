@@ -49,7 +49,7 @@ Rectangle {
             spacing: Theme.spacing
 
             Item {
-                Layout.preferredHeight: 32
+                Layout.preferredHeight: Theme.controlHeight
             }
             Label {
                 text: "Welcome to " + App.displayName
@@ -110,16 +110,16 @@ Rectangle {
             }
             Flow {
                 Layout.fillWidth: true
-                spacing: 6
+                spacing: Theme.px(6)
                 visible: screen.languages.length > 0
                 Repeater {
                     model: screen.languages
                     delegate: Rectangle {
                         required property string modelData
                         required property int index
-                        height: 30
+                        height: Theme.px(30)
                         width: chosenLabel.implicitWidth + 40
-                        radius: 15
+                        radius: height / 2
                         color: Theme.accent
                         Label {
                             id: chosenLabel
@@ -193,7 +193,7 @@ Rectangle {
                 onClicked: screen.finish()
             }
             Item {
-                Layout.preferredHeight: 32
+                Layout.preferredHeight: Theme.controlHeight
             }
         }
     }

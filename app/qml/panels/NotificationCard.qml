@@ -22,7 +22,7 @@ Rectangle {
 
     width: ListView.view ? ListView.view.width : 340
     height: content.implicitHeight + 24
-    radius: 12
+    radius: Theme.px(12)
     color: Theme.surfaceRaised
     border.color: Theme.separator
 
@@ -43,17 +43,17 @@ Rectangle {
         x: 12
         y: 12
         width: card.width - 24
-        spacing: 10
+        spacing: Theme.px(10)
 
         Avatar {
             Layout.alignment: Qt.AlignTop
-            size: 38
+            size: Theme.px(38)
             initials: card.initials
             accent: card.accent
         }
         ColumnLayout {
             Layout.fillWidth: true
-            spacing: 1
+            spacing: Theme.px(1)
             RowLayout {
                 Layout.fillWidth: true
                 Label {
@@ -62,7 +62,7 @@ Rectangle {
                     text: card.title
                     elide: Text.ElideRight
                     color: Theme.text
-                    font.pixelSize: Theme.bodySize + 0.5
+                    font.pixelSize: Theme.px(13.5)
                     font.weight: Font.DemiBold
                 }
                 Label {

@@ -13,7 +13,7 @@ Window {
 
     flags: Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint | Qt.WindowDoesNotAcceptFocus
     color: "transparent"
-    width: 360
+    width: Theme.panelWidth
     height: Math.max(1, list.contentHeight + 24)
     x: Screen.desktopAvailableWidth - width - 12
     y: 12
@@ -24,8 +24,8 @@ Window {
         id: list
         objectName: "notificationCards"
         anchors.fill: parent
-        anchors.margins: 12
-        spacing: 8
+        anchors.margins: Theme.px(12)
+        spacing: Theme.spacing
         interactive: false
         model: panel.cards
         delegate: NotificationCard {

@@ -23,7 +23,7 @@ Rectangle {
         x: 14
         y: 12
         width: panel.width - 28
-        spacing: 6
+        spacing: Theme.px(6)
 
         RowLayout {
             Layout.fillWidth: true
@@ -32,7 +32,7 @@ Rectangle {
                 text: panel.translation ? panel.translation.text : ""
                 wrapMode: Text.Wrap
                 color: Theme.secondaryText
-                font.pixelSize: Theme.smallSize + 0.5
+                font.pixelSize: Theme.px(12)
             }
             ToolButton {
                 text: "×"
@@ -41,7 +41,7 @@ Rectangle {
         }
         BusyIndicator {
             Layout.alignment: Qt.AlignHCenter
-            Layout.preferredHeight: 24
+            Layout.preferredHeight: Theme.px(24)
             visible: panel.translation && panel.translation.busy
             running: visible
         }
@@ -52,7 +52,7 @@ Rectangle {
             text: panel.translation ? panel.translation.meaning : ""
             wrapMode: Text.Wrap
             color: Theme.text
-            font.pixelSize: Theme.bodySize + 2
+            font.pixelSize: Theme.px(15)
         }
         Label {
             objectName: "selectionAlternatives"
@@ -61,7 +61,7 @@ Rectangle {
             text: panel.translation ? "Also: " + panel.translation.alternatives.join(", ") : ""
             wrapMode: Text.Wrap
             color: Theme.secondaryText
-            font.pixelSize: Theme.smallSize + 0.5
+            font.pixelSize: Theme.px(12)
         }
         Label {
             objectName: "selectionFailure"

@@ -18,7 +18,7 @@ Rectangle {
     x: Math.max(4, Math.min(bounds.width - width - 4, anchorX - width / 2))
     y: anchorY - height - 6 < 4 ? anchorY + 28 : anchorY - height - 6
     z: 10
-    radius: 8
+    radius: Theme.px(8)
     color: Theme.tooltip
 
     ColumnLayout {
@@ -26,14 +26,14 @@ Rectangle {
         x: 10
         y: 7
         width: tooltip.width - 20
-        spacing: 2
+        spacing: Theme.px(2)
         RowLayout {
-            spacing: 8
+            spacing: Theme.spacing
             Label {
                 objectName: "tooltipWord"
                 text: tooltip.hover ? tooltip.hover.word : ""
                 color: Theme.tooltipText
-                font.pixelSize: Theme.bodySize + 1
+                font.pixelSize: Theme.px(14)
                 font.weight: Font.DemiBold
             }
             Label {
@@ -42,7 +42,7 @@ Rectangle {
                 text: tooltip.hover ? tooltip.hover.reading : ""
                 color: Theme.tooltipText
                 opacity: 0.75
-                font.pixelSize: Theme.smallSize + 0.5
+                font.pixelSize: Theme.px(12)
             }
         }
         Label {

@@ -24,7 +24,7 @@ ColumnLayout {
             text: "Your chats stay with your account, ready when you sign in again. This computer keeps none of them."
             wrapMode: Text.Wrap
             color: Theme.secondaryText
-            font.pixelSize: Theme.smallSize + 0.5
+            font.pixelSize: Theme.px(12)
         }
         Button {
             objectName: "signOut"

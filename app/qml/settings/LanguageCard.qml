@@ -32,7 +32,7 @@ Rectangle {
                 Layout.fillWidth: true
                 text: card.entry.language
                 color: Theme.text
-                font.pixelSize: Theme.bodySize + 2
+                font.pixelSize: Theme.px(15)
                 font.weight: Font.DemiBold
             }
             Button {
@@ -78,7 +78,7 @@ Rectangle {
                 visible: stop.checked
                 wrapMode: Text.Wrap
                 color: Theme.danger
-                font.pixelSize: Theme.smallSize + 0.5
+                font.pixelSize: Theme.px(12)
             }
             Item {
                 Layout.fillWidth: !stop.checked

@@ -10,7 +10,7 @@ import Quillo.Components
 ColumnLayout {
     id: panel
     readonly property var settings: App.settings
-    spacing: 4
+    spacing: Theme.smallSpacing
 
     component SettingSlider: RowLayout {
         id: sliderRow
@@ -24,7 +24,7 @@ ColumnLayout {
         Layout.fillWidth: true
         Label {
             id: sliderTitle
-            Layout.preferredWidth: 140
+            Layout.preferredWidth: Theme.px(140)
             color: Theme.text
             font.pixelSize: Theme.bodySize
         }
@@ -38,7 +38,7 @@ ColumnLayout {
             onMoved: sliderRow.moved(value)
         }
         Label {
-            Layout.preferredWidth: 36
+            Layout.preferredWidth: Theme.px(36)
             horizontalAlignment: Text.AlignRight
             text: sliderRow.value.toFixed(sliderRow.decimals)
             color: Theme.secondaryText
@@ -94,7 +94,7 @@ ColumnLayout {
             id: sample
             x: 14
             y: 10
-            spacing: 6
+            spacing: Theme.px(6)
             Repeater {
                 model: [["今日", "kyou"], ["は", "ha"], ["いい", "ii"], ["天気", "tenki"]]
                 delegate: Column {

@@ -99,16 +99,16 @@ Rectangle {
                 TextArea {
                     objectName: "about"
                     Layout.fillWidth: true
-                    Layout.minimumHeight: 64
+                    Layout.minimumHeight: Theme.fieldMinimumHeight
                     text: sheet.settings.about
                     placeholderText: "e.g. I'm moving to Madrid in March and I work in design."
                     wrapMode: TextArea.Wrap
                     selectByMouse: true
                     onEditingFinished: sheet.settings.about = text
                     background: Rectangle {
-                        radius: 6
+                        radius: Theme.smallRadius
                         color: Theme.surface
-                        border.color: parent.activeFocus ? Theme.accent : Theme.separator
+                        border.color: parent.activeFocus ? Theme.focusRing : Theme.inputBorder
                     }
                 }
                 Label {

@@ -12,10 +12,10 @@ import Quillo.Panels
 ApplicationWindow {
     id: window
     objectName: "mainWindow"
-    width: 1040
-    height: 700
-    minimumWidth: 720
-    minimumHeight: 480
+    width: Theme.px(1040)
+    height: Theme.px(700)
+    minimumWidth: Theme.px(720)
+    minimumHeight: Theme.px(480)
     visible: false
     title: App.unread > 0 ? App.displayName + " (" + App.unread + ")" : App.displayName
     color: Theme.window

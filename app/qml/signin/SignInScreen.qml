@@ -20,7 +20,7 @@ Rectangle {
 
         Avatar {
             Layout.alignment: Qt.AlignHCenter
-            size: 64
+            size: Theme.largeAvatarSize
             initials: "Q"
             accent: Theme.accent
         }
@@ -70,7 +70,7 @@ Rectangle {
             wrapMode: Text.Wrap
             text: "Google sign-in is not set up for this Quillo. Sign in with an access code from whoever runs it."
             color: Theme.secondaryText
-            font.pixelSize: Theme.smallSize + 0.5
+            font.pixelSize: Theme.px(12)
         }
 
         Label {
@@ -129,7 +129,7 @@ Rectangle {
         }
         BusyIndicator {
             Layout.alignment: Qt.AlignHCenter
-            Layout.preferredHeight: 28
+            Layout.preferredHeight: Theme.chipHeight
             running: screen.account.busy
             visible: running
         }
@@ -141,7 +141,7 @@ Rectangle {
             wrapMode: Text.Wrap
             text: screen.account.connectionWarning
             color: Theme.secondaryText
-            font.pixelSize: Theme.smallSize + 0.5
+            font.pixelSize: Theme.px(12)
         }
         Label {
             objectName: "failureLine"
