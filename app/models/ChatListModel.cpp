@@ -4,6 +4,7 @@
 #include "repository/ChatRepository.h"
 
 #include <QHash>
+#include <QVariantMap>
 
 #include <algorithm>
 
@@ -88,6 +89,50 @@ int ChatListModel::rowOf(const QString& botId) const {
             return row;
     }
     return -1;
+}
+
+QString ChatListModel::botIdAt(int row) const {
+    return row >= 0 && row < m_rows.size() ? m_rows[row].botId : QString();
+}
+
+QString ChatListModel::neighbourOf(const QString& botId, int step) const {
+    if (m_rows.isEmpty())
+        return {};
+    const int row = rowOf(botId);
+    if (row < 0)
+        return m_rows.first().botId;
+    const int count = int(m_rows.size());
+    return m_rows[((row + step) % count + count) % count].botId;
+}
+
+namespace {
+
+// Lower case without accents, so that "jose" finds "José".
+QString foldedForSearch(const QString& text) {
+    QString folded;
+    for (const QChar c : text.normalized(QString::NormalizationForm_D)) {
+        if (c.category() != QChar::Mark_NonSpacing)
+            folded.append(c.toCaseFolded());
+    }
+    return folded;
+}
+
+} // namespace
+
+QVariantList ChatListModel::matching(const QString& text) const {
+    const QString wanted = foldedForSearch(text.trimmed());
+    QVariantList starting;
+    QVariantList containing;
+    for (const Row& row : m_rows) {
+        const qsizetype at = foldedForSearch(row.name).indexOf(wanted);
+        if (at < 0)
+            continue;
+        (at == 0 ? starting : containing)
+            .append(QVariantMap{{QStringLiteral("botId"), row.botId},
+                                {QStringLiteral("name"), row.name},
+                                {QStringLiteral("language"), row.language}});
+    }
+    return starting + containing;
 }
 
 int ChatListModel::rowCount(const QModelIndex& parent) const {

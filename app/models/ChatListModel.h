@@ -3,6 +3,7 @@
 
 #include <QAbstractListModel>
 #include <QSet>
+#include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 
 namespace quillo {
@@ -40,7 +41,15 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
     // The row of a contact, or -1.
-    int rowOf(const QString& botId) const;
+    Q_INVOKABLE int rowOf(const QString& botId) const;
+    // The contact of a row; empty outside the list.
+    Q_INVOKABLE QString botIdAt(int row) const;
+    // The contact next to `botId` in list order (`step` -1 above, +1 below), wrapping round;
+    // the first contact when `botId` is not listed.
+    Q_INVOKABLE QString neighbourOf(const QString& botId, int step) const;
+    // Contacts whose name holds `text`, ignoring case and accents, those whose name starts with
+    // it first, each as {botId, name, language}.
+    Q_INVOKABLE QVariantList matching(const QString& text) const;
 
 private:
     struct Row {

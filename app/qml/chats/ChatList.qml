@@ -11,7 +11,16 @@ Rectangle {
     color: Theme.sidebar
 
     signal newContact
+    // Enter on the chat that is already open: the keyboard moves on to it.
+    signal chatOpened
     signal editContact(string botId)
+
+    // The keyboard comes to the list on the open chat's row.
+    function focusList() {
+        const row = App.chats.rowOf(App.navigation.selectedBotId);
+        list.currentIndex = row >= 0 ? row : 0;
+        list.forceActiveFocus(Qt.OtherFocusReason);
+    }
 
     // A menu entry with its keyboard shortcut at the right.
     component ShortcutItem: MenuItem {
@@ -63,16 +72,19 @@ Rectangle {
             }
             ToolButton {
                 objectName: "refreshButton"
+                Accessible.name: "Refresh"
                 text: "⟳"
                 font.pixelSize: Theme.iconSize
                 enabled: !App.refreshing
                 ToolTip.visible: hovered
                 ToolTip.delay: 600
                 ToolTip.text: "Bring in what your other devices changed (Ctrl+R)"
+                Accessible.description: ToolTip.text
                 onClicked: App.refresh()
             }
             ToolButton {
                 objectName: "newContactButton"
+                Accessible.name: "New contact"
                 text: "+"
                 font.pixelSize: Theme.px(18)
                 ToolTip.visible: hovered
@@ -82,6 +94,7 @@ Rectangle {
             }
             ToolButton {
                 objectName: "settingsButton"
+                Accessible.name: "Settings"
                 text: "⚙"
                 font.pixelSize: Theme.iconSize
                 ToolTip.visible: hovered
@@ -91,6 +104,7 @@ Rectangle {
             }
             ToolButton {
                 objectName: "menuButton"
+                Accessible.name: "More"
                 text: "⋮"
                 font.pixelSize: Theme.iconSize
                 ToolTip.visible: hovered && !menu.visible
@@ -129,6 +143,28 @@ Rectangle {
             clip: true
             model: App.chats
             boundsBehavior: Flickable.StopAtBounds
+            // Up and Down walk the chats, Enter opens one and goes to its composer.
+            activeFocusOnTab: true
+            keyNavigationEnabled: true
+            currentIndex: -1
+            Accessible.role: Accessible.List
+            Accessible.name: "Chats"
+            onActiveFocusChanged: if (activeFocus && currentIndex < 0)
+                currentIndex = Math.max(0, App.chats.rowOf(App.navigation.selectedBotId))
+            Keys.onReturnPressed: openCurrent()
+            Keys.onEnterPressed: openCurrent()
+            Keys.onSpacePressed: openCurrent()
+            Keys.onMenuPressed: if (currentItem)
+                currentItem.openMenu()
+            function openCurrent() {
+                const botId = App.chats.botIdAt(currentIndex);
+                if (botId.length === 0)
+                    return;
+                if (botId === App.navigation.selectedBotId)
+                    sidebar.chatOpened();
+                else
+                    App.navigation.select(botId);
+            }
             ScrollBar.vertical: ScrollBar {
             }
 
@@ -155,6 +191,7 @@ Rectangle {
             delegate: ChatRow {
                 width: ListView.view.width
                 selected: botId === App.navigation.selectedBotId
+                keyboardCurrent: ListView.isCurrentItem && ListView.view.activeFocus
                 onClicked: App.navigation.select(botId)
                 onEditRequested: sidebar.editContact(botId)
             }

@@ -19,12 +19,39 @@ Rectangle {
     required property bool typing
     required property bool active
     property bool selected: false
+    // The row the keyboard is on while the list has focus.
+    property bool keyboardCurrent: false
 
     signal clicked
     signal editRequested
 
+    function openMenu() {
+        menu.popup(row, Theme.padding, row.height / 2);
+    }
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: {
+        const parts = [row.name];
+        if (row.unread > 0)
+            parts.push(row.unread === 1 ? "1 unread message" : row.unread + " unread messages");
+        if (row.typing)
+            parts.push("typing");
+        else if (row.lastMessage.length > 0)
+            parts.push(row.lastMessage.replace(/\s+/g, " "));
+        const when = row.when(row.lastMessageAt);
+        if (when.length > 0)
+            parts.push(when);
+        if (!row.active)
+            parts.push("inactive");
+        return parts.join(", ");
+    }
+    Accessible.description: row.language
+    Accessible.selected: row.selected
+
     height: Theme.chatRowHeight
     color: selected ? Theme.selectedRow : hover.hovered ? Theme.hoverRow : "transparent"
+    border.width: keyboardCurrent ? 2 : 0
+    border.color: Theme.focusRing
 
     function when(millis) {
         if (millis <= 0)

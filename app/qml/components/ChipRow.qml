@@ -15,26 +15,38 @@ Flow {
 
     Repeater {
         model: chips.choices
-        delegate: Rectangle {
+        // A chip is a toggle of its own: Tab reaches it, Space turns it on or off.
+        delegate: AbstractButton {
+            id: chip
             required property string modelData
             readonly property bool chosen: App.settings.listHolds(chips.list, modelData)
+            objectName: "interestChip"
             height: Theme.chipHeight
             width: chipLabel.implicitWidth + 24
-            radius: height / 2
-            color: chosen ? Theme.accent : "transparent"
-            border.color: chosen ? Theme.accent : Theme.separator
+            checkable: true
+            checked: chosen
+            Accessible.role: Accessible.CheckBox
+            Accessible.name: modelData
+            Accessible.checkable: true
+            Accessible.checked: chosen
+            onClicked: chips.changed(App.settings.toggleListItem(chips.list, modelData))
 
-            Label {
+            background: Rectangle {
+                radius: height / 2
+                color: chip.chosen ? Theme.accent : "transparent"
+                border.color: chip.visualFocus ? Theme.focusRing : chip.chosen ? Theme.accent : Theme.separator
+                border.width: chip.visualFocus ? 2 : 1
+            }
+            contentItem: Label {
                 id: chipLabel
-                anchors.centerIn: parent
-                text: parent.modelData
-                color: parent.chosen ? Theme.accentText : Theme.text
+                horizontalAlignment: Text.AlignHCenter
+                verticalAlignment: Text.AlignVCenter
+                text: chip.modelData
+                color: chip.chosen ? Theme.accentText : Theme.text
                 font.pixelSize: Theme.px(12)
             }
-            MouseArea {
-                anchors.fill: parent
+            HoverHandler {
                 cursorShape: Qt.PointingHandCursor
-                onClicked: chips.changed(App.settings.toggleListItem(chips.list, parent.modelData))
             }
         }
     }

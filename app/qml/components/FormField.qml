@@ -13,6 +13,10 @@ ColumnLayout {
     property bool multiline: false
     signal edited(string text)
 
+    function takeFocus() {
+        (field.multiline ? area : line).forceActiveFocus(Qt.OtherFocusReason);
+    }
+
     spacing: Theme.smallSpacing
     Layout.fillWidth: true
 
@@ -23,21 +27,25 @@ ColumnLayout {
         font.pixelSize: Theme.bodySize
     }
     TextField {
+        id: line
         visible: !field.multiline
+        Accessible.name: field.label
+        Accessible.description: field.explanation
         Layout.fillWidth: true
         text: field.text
         placeholderText: field.placeholder
         selectByMouse: true
         onTextEdited: field.edited(text)
     }
-    TextArea {
+    FormTextArea {
+        id: area
         visible: field.multiline
         Layout.fillWidth: true
         Layout.minimumHeight: Theme.fieldMinimumHeight
         text: field.text
         placeholderText: field.placeholder
-        wrapMode: TextArea.Wrap
-        selectByMouse: true
+        Accessible.name: field.label
+        Accessible.description: field.explanation
         onTextChanged: if (activeFocus)
             field.edited(text)
         background: Rectangle {

@@ -12,6 +12,20 @@ Rectangle {
     property var draft
     signal done
 
+    function takeFocus() {
+        nameField.takeFocus();
+    }
+    function save() {
+        if (!editor.draft.canSave)
+            return;
+        editor.draft.save();
+        editor.done();
+    }
+    Shortcut {
+        sequences: [StandardKey.Save, "Ctrl+Return"]
+        onActivated: editor.save()
+    }
+
     color: Theme.window
 
     ColumnLayout {
@@ -40,10 +54,8 @@ Rectangle {
                 text: "Save"
                 highlighted: true
                 enabled: editor.draft.canSave
-                onClicked: {
-                    editor.draft.save();
-                    editor.done();
-                }
+                Accessible.description: "Save the contact (Ctrl+S)"
+                onClicked: editor.save()
             }
         }
         Rectangle {
@@ -78,18 +90,26 @@ Rectangle {
                         spacing: Theme.px(6)
                         Repeater {
                             model: editor.draft.accents
-                            delegate: Rectangle {
+                            delegate: AbstractButton {
+                                id: swatch
                                 required property string modelData
+                                required property int index
                                 width: Theme.px(24)
                                 height: Theme.px(24)
-                                radius: width / 2
-                                color: modelData
-                                border.width: editor.draft.accent === modelData ? 3 : 0
-                                border.color: Theme.text
-                                MouseArea {
-                                    anchors.fill: parent
+                                checkable: true
+                                checked: editor.draft.accent === modelData
+                                Accessible.role: Accessible.RadioButton
+                                Accessible.name: "Colour " + (index + 1)
+                                Accessible.checked: checked
+                                onClicked: editor.draft.accent = modelData
+                                background: Rectangle {
+                                    radius: width / 2
+                                    color: swatch.modelData
+                                    border.width: swatch.visualFocus ? 3 : swatch.checked ? 3 : 0
+                                    border.color: swatch.visualFocus ? Theme.focusRing : Theme.text
+                                }
+                                HoverHandler {
                                     cursorShape: Qt.PointingHandCursor
-                                    onClicked: editor.draft.accent = parent.modelData
                                 }
                             }
                         }
@@ -97,6 +117,7 @@ Rectangle {
                 }
 
                 FormField {
+                    id: nameField
                     objectName: "contactName"
                     label: "Name"
                     text: editor.draft.displayName
@@ -111,6 +132,7 @@ Rectangle {
                 }
                 ComboBox {
                     Layout.fillWidth: true
+                    Accessible.name: "Language"
                     editable: true
                     model: editor.draft.languageChoices
                     Component.onCompleted: {
@@ -137,6 +159,7 @@ Rectangle {
                 }
                 ComboBox {
                     objectName: "stylePicker"
+                    Accessible.name: "Conversation style"
                     Layout.fillWidth: true
                     model: editor.draft.styleTitles
                     currentIndex: editor.draft.style
@@ -154,6 +177,7 @@ Rectangle {
                         }
                         ComboBox {
                             Layout.fillWidth: true
+                            Accessible.name: "Age"
                             model: editor.draft.ageTitles
                             currentIndex: editor.draft.age
                             onActivated: index => editor.draft.age = index
@@ -168,6 +192,7 @@ Rectangle {
                         }
                         ComboBox {
                             Layout.fillWidth: true
+                            Accessible.name: "Gender"
                             model: editor.draft.genderTitles
                             currentIndex: editor.draft.gender
                             onActivated: index => editor.draft.gender = index

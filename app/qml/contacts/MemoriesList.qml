@@ -42,6 +42,7 @@ ColumnLayout {
                 }
                 ToolButton {
                     text: "Forget"
+                    Accessible.name: "Forget: " + modelData
                     font.pixelSize: Theme.smallSize
                     onClicked: memories.draft.forget(modelData)
                 }

@@ -106,12 +106,10 @@ Rectangle {
             Layout.fillWidth: true
             Layout.fillHeight: true
             visible: !composer.dictation.active
-            TextArea {
+            FormTextArea {
                 id: input
                 objectName: "composerInput"
                 placeholderText: "Message " + App.conversation.name
-                wrapMode: TextArea.Wrap
-                selectByMouse: true
                 font.pixelSize: Theme.px(14)
                 color: Theme.text
                 placeholderTextColor: Theme.faintText
@@ -124,6 +122,8 @@ Rectangle {
                 rightPadding: Theme.px(14)
                 topPadding: Theme.px(9)
                 bottomPadding: Theme.px(9)
+                Accessible.name: "Message " + App.conversation.name
+                Accessible.description: "Enter sends, Shift+Enter starts a new line"
                 Keys.onReturnPressed: event => {
                     if (event.modifiers & Qt.ShiftModifier) {
                         event.accepted = false;
@@ -150,6 +150,8 @@ Rectangle {
             implicitContentWidthPolicy: ComboBox.WidestText
             ToolTip.visible: hovered
             ToolTip.text: "The language you'll speak"
+            Accessible.name: "Speech language"
+            Accessible.description: ToolTip.text
         }
         RoundButton {
             objectName: "micButton"
@@ -165,6 +167,8 @@ Rectangle {
             onClicked: composer.dictation.start()
             ToolTip.visible: hovered
             ToolTip.text: "Talk instead of typing (Ctrl+D)"
+            Accessible.name: "Dictate"
+            Accessible.description: ToolTip.text
         }
         RoundButton {
             objectName: "sendButton"
@@ -172,6 +176,11 @@ Rectangle {
             text: "↑"
             font.pixelSize: Theme.iconSize
             highlighted: true
+            Accessible.name: "Send"
+            Accessible.description: "Send the message (Enter)"
+            ToolTip.visible: hovered
+            ToolTip.delay: 600
+            ToolTip.text: "Send (Enter)"
             enabled: input.text.trim().length > 0
             onClicked: composer.send()
         }

@@ -10,10 +10,14 @@ import Quillo.Components
 Rectangle {
     id: header
     signal editContact
+    signal back
+    property bool canGoBack: false
 
     readonly property var conversation: App.conversation
     implicitHeight: Theme.headerHeight
     color: Theme.window
+    Accessible.role: Accessible.Pane
+    Accessible.name: header.conversation.name + ", " + header.conversation.languageLine
 
     RowLayout {
         anchors.fill: parent
@@ -21,6 +25,17 @@ Rectangle {
         anchors.rightMargin: Theme.spacing
         spacing: Theme.px(10)
 
+        ToolButton {
+            objectName: "backButton"
+            visible: header.canGoBack
+            text: "‹"
+            font.pixelSize: Theme.px(21)
+            Accessible.name: "Back to chats"
+            ToolTip.visible: hovered
+            ToolTip.delay: 600
+            ToolTip.text: "Back to chats"
+            onClicked: header.back()
+        }
         Avatar {
             size: Theme.smallAvatarSize
             initials: header.conversation.initials
@@ -48,6 +63,8 @@ Rectangle {
         ToolButton {
             objectName: "editContactButton"
             text: "Edit"
+            Accessible.name: "Edit " + header.conversation.name
+            Accessible.description: "Change who this contact is and how it talks"
             onClicked: header.editContact()
         }
     }

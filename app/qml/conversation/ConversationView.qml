@@ -14,7 +14,38 @@ Rectangle {
 
     // How long the pointer rests on a word before its gloss shows.
     property int hoverDelay: 450
+    // In a narrow window the header offers a way back to the list.
+    property bool canGoBack: false
     signal editContact
+    signal back
+
+    function focusComposer() {
+        composer.input.forceActiveFocus(Qt.OtherFocusReason);
+    }
+    Component.onCompleted: focusComposer()
+
+    // Scrolling the conversation from the keyboard, wherever the focus is in it.
+    function scrollBy(pages) {
+        const step = messages.height * 0.9 * pages;
+        // The list runs bottom to top: older messages lie at smaller contentY.
+        messages.contentY = Math.max(messages.originY - messages.topMargin, Math.min(messages.contentY - step, messages.originY + messages.contentHeight - messages.height + messages.bottomMargin));
+    }
+    Shortcut {
+        sequences: [StandardKey.MoveToPreviousPage]
+        onActivated: view.scrollBy(1)
+    }
+    Shortcut {
+        sequences: [StandardKey.MoveToNextPage]
+        onActivated: view.scrollBy(-1)
+    }
+    Shortcut {
+        sequences: ["Ctrl+Home"]
+        onActivated: messages.positionViewAtEnd()
+    }
+    Shortcut {
+        sequences: ["Ctrl+End"]
+        onActivated: messages.positionViewAtBeginning()
+    }
 
     readonly property var conversation: App.conversation
     readonly property bool pointing: App.settings.wordTranslations
@@ -35,6 +66,7 @@ Rectangle {
             view.clearPanels();
             composer.text = "";
             Qt.callLater(messages.positionViewAtBeginning);
+            view.focusComposer();
         }
     }
 
@@ -44,6 +76,8 @@ Rectangle {
 
         ConversationHeader {
             Layout.fillWidth: true
+            canGoBack: view.canGoBack
+            onBack: view.back()
             onEditContact: view.editContact()
         }
 
@@ -171,6 +205,35 @@ Rectangle {
                 messages.positionViewAtBeginning();
                 view.clearPanels();
             }
+        }
+    }
+
+    // What a screen reader says when a reply arrives in the open chat: an alert whose text is
+    // the reply, shown anew for each one. It takes no room and draws nothing.
+    Text {
+        id: announcement
+        objectName: "replyAnnouncement"
+        width: 1
+        height: 1
+        clip: true
+        color: "transparent"
+        Accessible.role: Accessible.AlertMessage
+        Accessible.name: text
+        function announce(line) {
+            visible = false;
+            text = line;
+            visible = true;
+        }
+    }
+    Connections {
+        target: view.conversation.messages
+        function onRowsInserted(parent, first, last) {
+            if (first === 0)
+                Qt.callLater(() => {
+                        const newest = messages.itemAtIndex(0);
+                        if (newest && !newest.fromUser)
+                            announcement.announce(view.conversation.name + ": " + newest.text);
+                    });
         }
     }
 

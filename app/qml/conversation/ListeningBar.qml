@@ -54,6 +54,8 @@ Rectangle {
         }
         ToolButton {
             objectName: "cancelDictation"
+            Accessible.name: "Stop dictating"
+            Accessible.description: "Stop without keeping the words (Esc)"
             text: "✕"
             onClicked: bar.dictation.cancel()
             ToolTip.visible: hovered

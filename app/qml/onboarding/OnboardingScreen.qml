@@ -29,6 +29,9 @@ Rectangle {
         practised.text = "";
     }
 
+    // The caret starts in the name, the first thing asked.
+    Component.onCompleted: nameField.forceActiveFocus()
+
     function finish() {
         if (practised.language.length > 0)
             addLanguage(practised.language);
@@ -69,8 +72,11 @@ Rectangle {
                 text: "Your name"
             }
             TextField {
+                id: nameField
                 objectName: "name"
                 Layout.fillWidth: true
+                focus: true
+                Accessible.name: "Your name"
                 text: screen.name
                 placeholderText: "What your contacts call you"
                 selectByMouse: true
@@ -82,6 +88,7 @@ Rectangle {
             }
             ComboBox {
                 objectName: "ageGroup"
+                Accessible.name: "Age group"
                 model: App.settings.ageGroupTitles
                 currentIndex: screen.ageGroup
                 onActivated: index => screen.ageGroup = index
@@ -92,6 +99,8 @@ Rectangle {
             }
             LanguageField {
                 objectName: "nativeLanguage"
+                Accessible.name: "Your own language"
+                Accessible.description: "Words and selections are translated into it."
                 Layout.fillWidth: true
                 text: screen.nativeLanguage
                 onTextEdited: screen.nativeLanguage = text
@@ -128,21 +137,30 @@ Rectangle {
                             text: parent.modelData
                             color: Theme.accentText
                         }
-                        Label {
+                        AbstractButton {
+                            objectName: "removeLanguage"
                             anchors.right: parent.right
-                            anchors.rightMargin: 10
+                            anchors.rightMargin: Theme.smallSpacing
                             anchors.verticalCenter: parent.verticalCenter
-                            text: "×"
-                            color: Theme.accentText
-                            MouseArea {
-                                anchors.fill: parent
-                                anchors.margins: -6
-                                cursorShape: Qt.PointingHandCursor
-                                onClicked: {
-                                    const kept = screen.languages.slice();
-                                    kept.splice(index, 1);
-                                    screen.languages = kept;
-                                }
+                            width: Theme.px(24)
+                            height: Theme.px(24)
+                            Accessible.name: "Remove " + parent.modelData
+                            contentItem: Label {
+                                text: "×"
+                                horizontalAlignment: Text.AlignHCenter
+                                verticalAlignment: Text.AlignVCenter
+                                color: Theme.accentText
+                            }
+                            background: Rectangle {
+                                radius: width / 2
+                                color: "transparent"
+                                border.width: parent.visualFocus ? 2 : 0
+                                border.color: Theme.accentText
+                            }
+                            onClicked: {
+                                const kept = screen.languages.slice();
+                                kept.splice(index, 1);
+                                screen.languages = kept;
                             }
                         }
                     }
@@ -155,10 +173,12 @@ Rectangle {
                     objectName: "practisedLanguage"
                     Layout.fillWidth: true
                     placeholderText: "e.g. Japanese"
+                    Accessible.name: "Language to practise"
                     onChosen: language => screen.addLanguage(language)
                 }
                 Button {
                     text: "Add"
+                    Accessible.name: "Add language"
                     enabled: practised.language.length > 0
                     onClicked: screen.addLanguage(practised.language)
                 }
@@ -169,6 +189,7 @@ Rectangle {
             }
             TextField {
                 objectName: "interests"
+                Accessible.name: "Interests"
                 Layout.fillWidth: true
                 text: screen.interests
                 placeholderText: "e.g. travel, cooking, films"

@@ -42,6 +42,7 @@ Rectangle {
                 checkable: true
                 checked: card.entry.showsRomanization
                 text: checked ? "Pronunciation on" : "Pronunciation off"
+                Accessible.name: "Pronunciation above " + card.entry.language + " words"
                 onToggled: card.settings.setPronunciation(card.entry.language, checked)
             }
         }
@@ -53,6 +54,7 @@ Rectangle {
                 color: Theme.secondaryText
             }
             ComboBox {
+                Accessible.name: card.entry.language + " level"
                 model: card.settings.levelTitles
                 currentIndex: card.entry.level
                 onActivated: index => card.settings.setLevel(card.entry.language, index)
@@ -65,6 +67,7 @@ Rectangle {
                 color: Theme.secondaryText
             }
             ComboBox {
+                Accessible.name: "Length of " + card.entry.language + " replies"
                 model: card.settings.replyLengthTitles
                 currentIndex: card.entry.replyLength
                 onActivated: index => card.settings.setReplyLength(card.entry.language, index)
@@ -87,6 +90,7 @@ Rectangle {
                 id: stop
                 objectName: "stopPracticing"
                 text: "Stop practicing"
+                Accessible.name: "Stop practicing " + card.entry.language
                 flat: true
                 checkable: true
                 palette.buttonText: Theme.danger
@@ -94,6 +98,7 @@ Rectangle {
             Button {
                 visible: stop.checked
                 text: "Delete"
+                Accessible.name: "Delete " + card.entry.language + " and its contacts"
                 highlighted: true
                 onClicked: card.settings.removeLanguage(card.entry.language)
             }

@@ -36,6 +36,7 @@ ColumnLayout {
             snapMode: Slider.SnapAlways
             value: sliderRow.value
             onMoved: sliderRow.moved(value)
+            Accessible.name: sliderRow.title
         }
         Label {
             Layout.preferredWidth: Theme.px(36)

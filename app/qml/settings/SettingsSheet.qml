@@ -11,6 +11,10 @@ Rectangle {
     id: sheet
     signal done
     readonly property var settings: App.settings
+
+    function takeFocus() {
+        displayName.forceActiveFocus(Qt.OtherFocusReason);
+    }
     color: Theme.window
 
     ColumnLayout {
@@ -62,10 +66,13 @@ Rectangle {
                     font.pixelSize: Theme.bodySize
                 }
                 TextField {
+                    id: displayName
                     objectName: "displayName"
                     Layout.fillWidth: true
                     text: sheet.settings.displayName
                     selectByMouse: true
+                    focus: true
+                    Accessible.name: "Your name"
                     onEditingFinished: sheet.settings.displayName = text
                 }
                 Label {
@@ -78,6 +85,7 @@ Rectangle {
                     model: sheet.settings.ageGroupTitles
                     currentIndex: sheet.settings.ageGroup
                     onActivated: index => sheet.settings.ageGroup = index
+                    Accessible.name: "Age group"
                 }
                 Label {
                     text: "Your own language"
@@ -86,6 +94,7 @@ Rectangle {
                 }
                 LanguageField {
                     Layout.fillWidth: true
+                    Accessible.name: "Your own language"
                     text: sheet.settings.nativeLanguage
                     onEditingFinished: if (language.length > 0)
                         sheet.settings.nativeLanguage = language
@@ -96,14 +105,14 @@ Rectangle {
                     color: Theme.text
                     font.pixelSize: Theme.bodySize
                 }
-                TextArea {
+                FormTextArea {
                     objectName: "about"
+                    Accessible.name: "About you"
+                    Accessible.description: "Anything every contact should know."
                     Layout.fillWidth: true
                     Layout.minimumHeight: Theme.fieldMinimumHeight
                     text: sheet.settings.about
                     placeholderText: "e.g. I'm moving to Madrid in March and I work in design."
-                    wrapMode: TextArea.Wrap
-                    selectByMouse: true
                     onEditingFinished: sheet.settings.about = text
                     background: Rectangle {
                         radius: Theme.smallRadius
@@ -126,6 +135,7 @@ Rectangle {
                     Layout.fillWidth: true
                     text: sheet.settings.interests
                     placeholderText: "e.g. travel, cooking, films"
+                    Accessible.name: "Interests"
                     selectByMouse: true
                     onEditingFinished: sheet.settings.interests = text
                 }
@@ -155,6 +165,7 @@ Rectangle {
                         objectName: "addLanguage"
                         Layout.fillWidth: true
                         placeholderText: "Add a language, e.g. Japanese"
+                        Accessible.name: "Add a language"
                         onChosen: language => {
                             sheet.settings.addLanguage(language);
                             newLanguage.text = "";
@@ -162,6 +173,7 @@ Rectangle {
                     }
                     Button {
                         text: "Add"
+                        Accessible.name: "Add language"
                         enabled: newLanguage.language.length > 0
                         onClicked: {
                             sheet.settings.addLanguage(newLanguage.language);
@@ -205,6 +217,7 @@ Rectangle {
                     }
                     ComboBox {
                         objectName: "themePicker"
+                        Accessible.name: "Theme"
                         model: sheet.settings.themeTitles
                         currentIndex: sheet.settings.theme
                         onActivated: index => sheet.settings.theme = index

@@ -14,7 +14,8 @@ ApplicationWindow {
     objectName: "mainWindow"
     width: Theme.px(1040)
     height: Theme.px(700)
-    minimumWidth: Theme.px(720)
+    // Narrow enough to sit beside another window on a small screen: the chats fold to one column.
+    minimumWidth: Theme.px(360)
     minimumHeight: Theme.px(480)
     visible: false
     title: App.unread > 0 ? App.displayName + " (" + App.unread + ")" : App.displayName
@@ -64,6 +65,8 @@ ApplicationWindow {
     Loader {
         id: content
         objectName: "screenLoader"
+        // Each screen's own first field takes the caret when it loads.
+        focus: true
         anchors.fill: parent
         sourceComponent: window.screen === "signIn" ? signIn : window.screen === "onboarding" ? onboarding : chats
     }

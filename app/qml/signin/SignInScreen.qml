@@ -87,6 +87,7 @@ Rectangle {
             visible: screen.account.waitingForBrowser
             flat: true
             text: "Cancel"
+            Accessible.name: "Cancel signing in with Google"
             onClicked: screen.account.cancelGoogle()
         }
 
@@ -95,15 +96,6 @@ Rectangle {
             text: "Access code from the store console"
             color: Theme.text
             font.pixelSize: Theme.bodySize
-        }
-        Label {
-            objectName: "localCodeHint"
-            Layout.fillWidth: true
-            visible: text.length > 0
-            text: screen.account.localCodeHint
-            wrapMode: Text.Wrap
-            color: Theme.secondaryText
-            font.pixelSize: Theme.smallSize
         }
         RowLayout {
             Layout.fillWidth: true
@@ -116,6 +108,10 @@ Rectangle {
                 selectByMouse: true
                 echoMode: TextInput.Password
                 passwordCharacter: "•"
+                // The caret is here from the start: the code is what most people type.
+                focus: true
+                Accessible.name: "Access code"
+                Accessible.description: "Access code from the store console"
                 onAccepted: signIn.clicked()
             }
             Button {
@@ -127,7 +123,17 @@ Rectangle {
                 onClicked: screen.account.signInWithCode(code.text)
             }
         }
+        Label {
+            objectName: "localCodeHint"
+            Layout.fillWidth: true
+            visible: text.length > 0
+            text: screen.account.localCodeHint
+            wrapMode: Text.Wrap
+            color: Theme.secondaryText
+            font.pixelSize: Theme.smallSize
+        }
         BusyIndicator {
+            Accessible.name: "Signing in"
             Layout.alignment: Qt.AlignHCenter
             Layout.preferredHeight: Theme.chipHeight
             running: screen.account.busy
