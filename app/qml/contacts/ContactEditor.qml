@@ -64,7 +64,7 @@ Rectangle {
             color: Theme.separator
         }
 
-        ScrollView {
+        FormScrollView {
             id: scroll
             Layout.fillWidth: true
             Layout.fillHeight: true

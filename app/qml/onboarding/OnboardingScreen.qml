@@ -42,7 +42,7 @@ Rectangle {
         App.focusMostRelevantChat();
     }
 
-    ScrollView {
+    FormScrollView {
         anchors.fill: parent
         contentWidth: availableWidth
 

@@ -45,7 +45,7 @@ Rectangle {
             color: Theme.separator
         }
 
-        ScrollView {
+        FormScrollView {
             id: scroll
             objectName: "settingsScroll"
             Layout.fillWidth: true

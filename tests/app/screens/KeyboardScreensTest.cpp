@@ -70,8 +70,13 @@ TEST_F(KeyboardScreensTest, FromSignInToAnEditedContactWithTheKeyboardAlone) {
     // The suggested interests are toggles on the way to the start button.
     ASSERT_TRUE(tabTo(QStringLiteral("interestChip")));
     ASSERT_TRUE(tabTo(QStringLiteral("startButton")));
-    EXPECT_TRUE(item(QStringLiteral("startButton"))->property("visualFocus").toBool())
-        << "the focused button shows it";
+    QQuickItem* start = item(QStringLiteral("startButton"));
+    EXPECT_TRUE(start->property("visualFocus").toBool()) << "the focused button shows it";
+    // Tabbing below the fold scrolls the form to the focused control.
+    EXPECT_TRUE(spinUntil([&] {
+        const QPointF at = start->mapToScene({0, 0});
+        return at.y() >= 0 && at.y() + start->height() <= window()->height();
+    }));
     grab(QStringLiteral("keyboard-onboarding-start-focused"));
     press(Qt::Key_Space);
 
