@@ -2,6 +2,7 @@
 #include "MessageLines.h"
 
 #include <QHash>
+#include <QRegularExpression>
 #include <QStringView>
 #include <QVariantMap>
 
@@ -18,6 +19,34 @@ bool holdsLetterOrNumber(QStringView text) {
 }
 
 } // namespace
+
+QList<TextRange> webAddresses(const QString& text) {
+    static const QRegularExpression address(
+        QStringLiteral(R"((?:\b[a-zA-Z][a-zA-Z0-9+.-]*://|\bwww\.)[^\s<>"]+)"));
+    // What closes the sentence, not the address: "(see https://a.org/x)." keeps "/x".
+    static const QString closing = QStringLiteral(".,;:!?'\"”’»)]}…。、，！？");
+    QList<TextRange> found;
+    for (auto match = address.globalMatch(text); match.hasNext();) {
+        const QRegularExpressionMatch next = match.next();
+        qsizetype end = next.capturedEnd();
+        while (end > next.capturedStart() && closing.contains(text[end - 1])) {
+            // A bracket the address itself opened stays with it, as in wiki addresses.
+            const QChar last = text[end - 1];
+            if (last == u')' &&
+                text.mid(next.capturedStart(), end - next.capturedStart()).count(u'(') >
+                    text.mid(next.capturedStart(), end - next.capturedStart() - 1).count(u')'))
+                break;
+            --end;
+        }
+        // "www." alone, or a scheme with nothing after it, is no address.
+        const QStringView taken =
+            QStringView(text).mid(next.capturedStart(), end - next.capturedStart());
+        if (taken.endsWith(u"://") || taken.compare(u"www.", Qt::CaseInsensitive) == 0)
+            continue;
+        found.append({next.capturedStart(), end - next.capturedStart()});
+    }
+    return found;
+}
 
 QList<QList<MessagePiece>> messageLines(const QString& text, const MessageLayout& layout) {
     QHash<qint64, QString> readings;
@@ -40,7 +69,23 @@ QList<QList<MessagePiece>> messageLines(const QString& text, const MessageLayout
         }
     };
     qsizetype covered = 0;
+    const QList<TextRange> addresses = webAddresses(text);
+    auto address = addresses.cbegin();
+    // An address is one piece, whatever words the segments found in it.
+    const auto addAddressesBefore = [&](qsizetype before) {
+        for (; address != addresses.cend() && address->location < before; ++address) {
+            addGap(covered, address->location);
+            lines.last().append({text.mid(address->location, address->length),
+                                 {},
+                                 {},
+                                 address->location,
+                                 false,
+                                 true});
+            covered = address->end();
+        }
+    };
     for (const Segment& segment : layout.segments) {
+        addAddressesBefore(segment.end);
         if (segment.start < covered || segment.end > text.size())
             continue;
         addGap(covered, segment.start);
@@ -52,6 +97,7 @@ QList<QList<MessagePiece>> messageLines(const QString& text, const MessageLayout
             addGap(segment.start, segment.end);
         covered = segment.end;
     }
+    addAddressesBefore(text.size());
     addGap(covered, text.size());
     return lines;
 }
@@ -65,10 +111,29 @@ QVariantList messageLinesForView(const QString& text, const MessageLayout& layou
                                       {QStringLiteral("gloss"), piece.gloss},
                                       {QStringLiteral("reading"), piece.reading},
                                       {QStringLiteral("start"), piece.start},
-                                      {QStringLiteral("word"), piece.word}});
+                                      {QStringLiteral("word"), piece.word},
+                                      {QStringLiteral("link"), piece.link}});
         lines.append(QVariant(pieces));
     }
     return lines;
+}
+
+QList<QList<MessagePiece>> messageLinesFromView(const QVariantList& lines) {
+    QList<QList<MessagePiece>> read;
+    read.reserve(lines.size());
+    for (const QVariant& line : lines) {
+        QList<MessagePiece>& pieces = read.emplace_back();
+        for (const QVariant& value : line.toList()) {
+            const QVariantMap piece = value.toMap();
+            pieces.append({piece.value(QStringLiteral("text")).toString(),
+                           piece.value(QStringLiteral("gloss")).toString(),
+                           piece.value(QStringLiteral("reading")).toString(),
+                           piece.value(QStringLiteral("start")).toLongLong(),
+                           piece.value(QStringLiteral("word")).toBool(),
+                           piece.value(QStringLiteral("link")).toBool()});
+        }
+    }
+    return read;
 }
 
 } // namespace quillo

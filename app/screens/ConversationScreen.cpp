@@ -7,6 +7,9 @@
 #include "repository/ChatRepository.h"
 #include "store/SessionStore.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
+
 namespace quillo {
 
 ConversationScreen::ConversationScreen(ChatRepository& repository, Navigation& selection,
@@ -88,6 +91,11 @@ bool ConversationScreen::send(const QString& text) {
 
 void ConversationScreen::dismissError() {
     setErrorLine({});
+}
+
+void ConversationScreen::copyText(const QString& text) {
+    if (!text.isEmpty())
+        QGuiApplication::clipboard()->setText(text);
 }
 
 void ConversationScreen::prefetch(const QString& messageId) {

@@ -58,6 +58,8 @@ public:
     Q_INVOKABLE void dismissError();
     // The message view asks for glosses of the contact's messages it shows.
     Q_INVOKABLE void prefetch(const QString& messageId);
+    // Puts a message, or the part of it the user selected, on the clipboard.
+    Q_INVOKABLE void copyText(const QString& text);
 
 Q_SIGNALS:
     void contactChanged();

@@ -80,3 +80,28 @@ TEST(MessageLines, WordsCarryTheirGlossAndReading) {
     for (const MessagePiece& piece : plain.first())
         EXPECT_TRUE(piece.reading.isEmpty()) << piece.text.toStdString();
 }
+
+TEST(MessageLines, AWebAddressIsOnePieceWithoutTheSentencesPunctuation) {
+    const QString text = QStringLiteral("Mira https://es.wikipedia.org/wiki/Tapas_(comida). Y "
+                                        "(www.ejemplo.es/carta), ¿vale? http://");
+    const auto lines = messageLines(text, laidOut(text, QStringLiteral("Spanish"), false));
+    EXPECT_EQ(joined(lines), text);
+    QStringList links;
+    for (const MessagePiece& piece : lines.first()) {
+        if (piece.link) {
+            EXPECT_FALSE(piece.word);
+            EXPECT_EQ(text.mid(piece.start, piece.text.size()), piece.text);
+            links.append(piece.text);
+        }
+    }
+    EXPECT_EQ(links, (QStringList{QStringLiteral("https://es.wikipedia.org/wiki/Tapas_(comida)"),
+                                  QStringLiteral("www.ejemplo.es/carta")}));
+    // The words of an address are not words of the message; "http://" alone is no address.
+    EXPECT_EQ(words(lines), (QStringList{QStringLiteral("Mira"), QStringLiteral("Y"),
+                                         QStringLiteral("vale"), QStringLiteral("http")}));
+
+    // What the view reads gives back the same pieces.
+    EXPECT_EQ(messageLinesFromView(
+                  messageLinesForView(text, laidOut(text, QStringLiteral("Spanish"), false))),
+              lines);
+}

@@ -109,6 +109,7 @@ Rectangle {
                 lineSpacing: App.settings.lineSpacing
                 readingSize: App.settings.readingSize
                 readingGap: App.settings.readingGap
+                senderName: view.conversation.name
                 onWordHovered: (piece, item) => {
                     hoverTimer.piece = piece;
                     hoverTimer.item = item;
@@ -128,7 +129,11 @@ Rectangle {
                 onSelectionMade: bubble => {
                     view.selectionBubble = bubble;
                     App.wordHover.hide();
+                    view.notePassage();
                 }
+                onTranslateAsked: bubble => view.translateSelection()
+                onGlossAsked: (piece, item) => view.showGloss(messageId, piece, item)
+                onDismissed: view.clearPanels()
             }
 
             header: Item {
@@ -208,6 +213,25 @@ Rectangle {
         }
     }
 
+    // Where the selected passage stands in the view, so the panels keep off it.
+    property rect passage: Qt.rect(0, 0, 0, 0)
+    function notePassage() {
+        passage = selectionBubble ? selectionBubble.passageBox(view) : Qt.rect(0, 0, 0, 0);
+    }
+    function translateSelection() {
+        if (!selectionBubble)
+            return;
+        notePassage();
+        App.selectionTranslation.translate(view.conversation.language, selectionBubble.selectedText);
+    }
+    function showGloss(messageId, piece, item) {
+        hoverTimer.stop();
+        App.wordHover.show(messageId, piece.text, view.conversation.language, piece.gloss);
+        const at = item.mapToItem(view, item.width / 2, 0);
+        tooltip.anchorX = at.x;
+        tooltip.anchorY = at.y;
+    }
+
     // What a screen reader says when a reply arrives in the open chat: an alert whose text is
     // the reply, shown anew for each one. It takes no room and draws nothing.
     Text {
@@ -267,18 +291,22 @@ Rectangle {
         text: "Translate"
         highlighted: true
         font.pixelSize: Theme.px(12)
-        readonly property point at: view.selectionBubble ? view.selectionBubble.mapToItem(view, 0, 0) : Qt.point(0, 0)
-        x: Math.max(8, Math.min(view.width - width - 8, at.x + Theme.padding))
-        y: Math.max(8, at.y - height - 2)
-        onClicked: App.selectionTranslation.translate(view.conversation.language, view.selectionBubble.selectedText)
+        // Over the passage, or under it when there is no room above.
+        x: Math.max(8, Math.min(view.width - width - 8, view.passage.x))
+        y: view.passage.y - height - 4 >= messages.y ? view.passage.y - height - 4 : view.passage.y + view.passage.height + 4
+        onClicked: view.translateSelection()
     }
 
+    // Beside the passage it translates, never over it: under it when it fits above the
+    // composer, else over it.
     SelectionPanel {
+        id: selectionPanel
         objectName: "selectionPanel"
         translation: App.selectionTranslation
         width: Math.min(360, view.width - 32)
-        x: Math.max(16, Math.min(view.width - width - 16, translateButton.x))
-        y: Math.max(60, Math.min(view.height - height - 120, translateButton.y - height / 2))
+        readonly property real below: view.passage.y + view.passage.height + 6
+        x: Math.max(16, Math.min(view.width - width - 16, view.passage.x))
+        y: below + height <= messages.y + messages.height || view.passage.y - 6 - height < 8 ? below : view.passage.y - 6 - height
         onClosed: view.clearPanels()
     }
 }

@@ -6,7 +6,8 @@ import Quillo.Components
 
 // One message. A contact's message is laid out word by word, so that a reading can stand
 // above each word, the word under the pointer is known for its gloss, and several words can
-// be selected for translation. The user's own messages are plain text.
+// be selected for translation, with the mouse or, once the message has the focus, with the
+// arrow keys. The user's own messages are plain text. Either can be copied.
 Item {
     id: message
     required property string messageId
@@ -23,17 +24,35 @@ Item {
     property real lineSpacing: 1.45
     property real readingSize: 10.5
     property real readingGap: 1
+    // Who wrote it, as a screen reader says it.
+    property string senderName
 
     // The selected passage, as UTF-16 offsets into the text; empty when start == end.
     property int selectionStart: 0
     property int selectionEnd: 0
     readonly property bool hasSelection: selectionEnd > selectionStart
     readonly property string selectedText: text.substring(selectionStart, selectionEnd)
+    // The keyboard's word: the offset of the word the caret is on, -1 before the first move.
+    property int caretStart: -1
+    property int selectionAnchor: -1
+    // The contact's words in the text's order.
+    readonly property var words: {
+        const found = [];
+        for (const line of lines)
+            for (const piece of line)
+                if (piece.word)
+                    found.push(piece);
+        return found;
+    }
 
     signal wordHovered(var piece, Item item)
     signal wordLeft
     signal selectionMade(Item bubble)
     signal selectionCleared
+    // Enter on a selection, or on the word at the caret.
+    signal translateAsked(Item bubble)
+    signal glossAsked(var piece, Item item)
+    signal dismissed
 
     readonly property bool hasReadings: {
         for (const line of lines)
@@ -46,6 +65,89 @@ Item {
     function clearSelection() {
         selectionStart = 0;
         selectionEnd = 0;
+        selectionAnchor = -1;
+    }
+
+    function copy() {
+        App.conversation.copyText(hasSelection ? selectedText : text);
+    }
+
+    // An address written without its scheme opens over https.
+    function linkUrl(address) {
+        return /^[a-zA-Z][a-zA-Z0-9+.-]*:/.test(address) ? address : "https://" + address;
+    }
+
+    // Moves the caret a word on (step 1) or back (-1) in the text's order; with `extend` the
+    // selection runs from where it started to the caret's word.
+    function moveCaret(step, extend) {
+        if (words.length === 0)
+            return;
+        const at = words.findIndex(word => word.start === caretStart);
+        const index = at < 0 ? (step > 0 ? 0 : words.length - 1) : Math.max(0, Math.min(words.length - 1, at + step));
+        if (!extend) {
+            caretStart = words[index].start;
+            if (hasSelection) {
+                selectionCleared();
+                clearSelection();
+            }
+            return;
+        }
+        if (!hasSelection || selectionAnchor < 0)
+            selectionAnchor = at < 0 ? words[index].start : caretStart;
+        caretStart = words[index].start;
+        const anchor = words.find(word => word.start === selectionAnchor);
+        const caret = words[index];
+        selectionStart = Math.min(anchor.start, caret.start);
+        selectionEnd = Math.max(anchor.start + anchor.text.length, caret.start + caret.text.length);
+        selectionMade(message);
+    }
+
+    // The selected passage's box in `target`'s coordinates; empty without a selection.
+    function passageBox(target) {
+        if (!content.item || !content.item.selectionBox)
+            return Qt.rect(0, 0, 0, 0);
+        const box = content.item.selectionBox();
+        const at = content.item.mapToItem(target, box.x, box.y);
+        return Qt.rect(at.x, at.y, box.width, box.height);
+    }
+
+    activeFocusOnTab: true
+    Accessible.role: Accessible.ListItem
+    Accessible.name: (fromUser ? "You" : senderName) + ", " + time.text + ": " + text
+    Accessible.focusable: true
+
+    Keys.onPressed: event => {
+        if (event.matches(StandardKey.Copy)) {
+            copy();
+            event.accepted = true;
+            return;
+        }
+        if (event.key === Qt.Key_Escape) {
+            event.accepted = hasSelection || caretStart >= 0 || App.wordHover.shown;
+            caretStart = -1;
+            dismissed();
+            return;
+        }
+        if (fromUser)
+            return;
+        if (event.key === Qt.Key_Left || event.key === Qt.Key_Right) {
+            // Left goes on to the next word of a right-to-left message.
+            const rightToLeft = content.item && content.item.flow.rightToLeft;
+            moveCaret((event.key === Qt.Key_Right) !== rightToLeft ? 1 : -1, event.modifiers & Qt.ShiftModifier);
+            event.accepted = true;
+        } else if (event.key === Qt.Key_Home || event.key === Qt.Key_End) {
+            moveCaret(event.key === Qt.Key_End ? words.length : -words.length, event.modifiers & Qt.ShiftModifier);
+            event.accepted = true;
+        } else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter || (event.key === Qt.Key_T && (event.modifiers & Qt.ControlModifier))) {
+            if (hasSelection) {
+                translateAsked(message);
+            } else if (caretStart >= 0 && content.item) {
+                const drawn = content.item.itemsOf(caretStart);
+                if (drawn.length > 0)
+                    glossAsked(drawn[0].piece, drawn[0]);
+            }
+            event.accepted = true;
+        }
     }
 
     width: ListView.view ? ListView.view.width : 400
@@ -63,9 +165,24 @@ Item {
         height: content.height + time.implicitHeight + 16
         radius: Theme.bubbleRadius
         color: message.fromUser ? Theme.ownBubble : Theme.theirBubble
-        border.color: Theme.separator
-        border.width: message.fromUser || Theme.dark ? 0 : 1
+        border.color: message.activeFocus ? Theme.accentForeground : Theme.separator
+        border.width: message.activeFocus ? 2 : message.fromUser || Theme.dark ? 0 : 1
 
+        // Right-click on any message: copy it, or the part of it that is selected.
+        MouseArea {
+            anchors.fill: parent
+            acceptedButtons: Qt.RightButton
+            onClicked: menu.popup()
+            Menu {
+                id: menu
+                objectName: "messageMenu"
+                MenuItem {
+                    objectName: "copyMessage"
+                    text: message.hasSelection ? "Copy Selection" : "Copy"
+                    onTriggered: message.copy()
+                }
+            }
+        }
         Loader {
             id: content
             x: 14
@@ -121,98 +238,112 @@ Item {
         id: wordLines
         Item {
             id: wordArea
-            implicitHeight: linesColumn.implicitHeight
-            readonly property real naturalWidth: {
-                let widest = 0;
-                for (let i = 0; i < repeater.count; ++i) {
-                    const flow = repeater.itemAt(i);
-                    if (flow)
-                        widest = Math.max(widest, flow.naturalWidth);
-                }
-                return Math.min(message.maxBubbleWidth - 28, widest);
+            objectName: "wordLines"
+            implicitHeight: flow.height
+            readonly property real naturalWidth: Math.min(message.maxBubbleWidth - 28, Math.ceil(flow.naturalWidth))
+            // A right-to-left line ends at the right edge, however wide the bubble is.
+            readonly property real rightShift: width - flow.naturalWidth
+            readonly property alias flow: flow
+
+            MessageFlow {
+                id: flow
+                lines: message.lines
+                width: message.maxBubbleWidth - 28
+                textSize: message.textSize
+                readingSize: message.readingSize
+                lineSpacing: message.lineSpacing
+                readingGap: message.readingGap
+                readings: message.hasReadings
             }
 
             // The piece under a point of this area, or null.
             function pieceAt(x, y) {
-                for (let i = 0; i < repeater.count; ++i) {
-                    const flow = repeater.itemAt(i);
-                    if (!flow || y < flow.y || y >= flow.y + flow.height)
-                        continue;
-                    const child = flow.childAt(x - flow.x, y - flow.y);
-                    return child && child.piece !== undefined ? child : null;
+                for (let i = 0; i < pieces.count; ++i) {
+                    const item = pieces.itemAt(i);
+                    if (item && item.visible && x >= item.x && x < item.x + item.width && y >= item.y && y < item.y + item.height)
+                        return item;
                 }
                 return null;
             }
+            // The drawn pieces of a word, in the text's order.
+            function itemsOf(start) {
+                const found = [];
+                for (let i = 0; i < pieces.count; ++i) {
+                    const item = pieces.itemAt(i);
+                    if (item && item.piece.start === start)
+                        found.push(item);
+                }
+                return found;
+            }
+            // The selected passage's box in this area; empty without a selection.
+            function selectionBox() {
+                let left = Infinity, top = Infinity, right = -Infinity, bottom = -Infinity;
+                for (let i = 0; i < pieces.count; ++i) {
+                    const item = pieces.itemAt(i);
+                    if (!item || !item.selected || !item.visible)
+                        continue;
+                    left = Math.min(left, item.x);
+                    top = Math.min(top, item.y);
+                    right = Math.max(right, item.x + item.width);
+                    bottom = Math.max(bottom, item.y + item.height);
+                }
+                return left <= right ? Qt.rect(left, top, right - left, bottom - top) : Qt.rect(0, 0, 0, 0);
+            }
 
-            Column {
-                id: linesColumn
-                objectName: "wordLines"
-                width: wordArea.width
-                spacing: 0
+            Repeater {
+                id: pieces
+                model: flow.pieces
+                delegate: Item {
+                    id: pieceItem
+                    required property var modelData
+                    readonly property var piece: modelData
+                    readonly property bool selected: message.hasSelection && piece.partStart < message.selectionEnd && piece.partStart + piece.part.length > message.selectionStart
+                    readonly property bool atCaret: message.activeFocus && piece.word && piece.start === message.caretStart
+                    objectName: piece.link ? "link" : piece.word ? "word" : "gap"
+                    x: piece.x + (piece.alignRight ? wordArea.rightShift : 0)
+                    y: piece.y
+                    width: piece.width
+                    height: piece.height
+                    visible: piece.shown
+                    Accessible.role: piece.link ? Accessible.Link : Accessible.StaticText
+                    Accessible.name: piece.link ? piece.text : piece.part
+                    Accessible.description: piece.link ? "Opens in the browser" : ""
+                    Accessible.ignored: !piece.link
 
-                Repeater {
-                    id: repeater
-                    model: message.lines
-                    delegate: Flow {
-                        id: line
-                        required property var modelData
-                        readonly property real naturalWidth: {
-                            let sum = 0;
-                            for (let i = 0; i < pieces.count; ++i) {
-                                const piece = pieces.itemAt(i);
-                                if (piece)
-                                    sum += piece.implicitWidth;
-                            }
-                            return sum + 1;
-                        }
-                        width: linesColumn.width
-                        spacing: 0
-                        // An empty line keeps its height, as a blank line in the text does.
-                        Item {
-                            visible: pieces.count === 0
-                            width: 1
-                            height: emptyLine.implicitHeight
-                            Text {
-                                id: emptyLine
-                                visible: false
-                                font.pointSize: message.textSize
-                                text: " "
-                            }
-                        }
-                        Repeater {
-                            id: pieces
-                            model: line.modelData
-                            delegate: Column {
-                                required property var modelData
-                                readonly property var piece: modelData
-                                readonly property bool selected: message.hasSelection && piece.start >= message.selectionStart && piece.start < message.selectionEnd
-                                objectName: piece.word ? "word" : "gap"
-                                spacing: message.readingGap
-                                bottomPadding: Math.max(0, (message.lineSpacing - 1) * message.textSize * 0.7)
-
-                                Text {
-                                    objectName: "reading"
-                                    visible: message.hasReadings
-                                    text: piece.reading.length > 0 ? piece.reading : " "
-                                    anchors.horizontalCenter: parent.horizontalCenter
-                                    color: Theme.secondaryText
-                                    font.pointSize: message.readingSize
-                                }
-                                Rectangle {
-                                    anchors.horizontalCenter: parent.horizontalCenter
-                                    width: wordText.implicitWidth
-                                    height: wordText.implicitHeight
-                                    radius: 3
-                                    color: parent.selected ? Theme.selection : "transparent"
-                                    Text {
-                                        id: wordText
-                                        text: piece.text
-                                        color: Theme.theirBubbleText
-                                        font.pointSize: message.textSize
-                                    }
-                                }
-                            }
-                        }
+                    // Selected pieces touch, so the highlight runs on across words and gaps.
+                    Rectangle {
+                        y: pieceItem.piece.textY
+                        width: parent.width
+                        height: flow.textHeight
+                        visible: pieceItem.selected
+                        color: Theme.selection
+                    }
+                    Text {
+                        objectName: "reading"
+                        visible: message.hasReadings && text.length > 0
+                        text: pieceItem.piece.reading
+                        anchors.horizontalCenter: parent.horizontalCenter
+                        color: Theme.secondaryText
+                        font.pointSize: message.readingSize
+                    }
+                    Text {
+                        objectName: "wordText"
+                        // The mark gives a run of spaces and punctuation the direction of
+                        // the text around it.
+                        text: (pieceItem.piece.rightToLeft ? "\u200F" : "\u200E") + pieceItem.piece.part
+                        anchors.horizontalCenter: parent.horizontalCenter
+                        y: pieceItem.piece.textY
+                        color: pieceItem.piece.link ? Theme.accentForeground : Theme.theirBubbleText
+                        font.underline: pieceItem.piece.link
+                        font.pointSize: message.textSize
+                    }
+                    // The word caret of the keyboard.
+                    Rectangle {
+                        visible: pieceItem.atCaret
+                        y: pieceItem.piece.textY + flow.textHeight - 1
+                        width: parent.width
+                        height: 2
+                        color: Theme.accentForeground
                     }
                 }
             }
@@ -221,12 +352,12 @@ Item {
                 id: pointer
                 objectName: "wordPointer"
                 anchors.fill: parent
-                enabled: message.interactive
                 hoverEnabled: true
                 acceptedButtons: Qt.LeftButton
-                cursorShape: Qt.IBeamCursor
+                cursorShape: hovered && hovered.piece.link ? Qt.PointingHandCursor : Qt.IBeamCursor
                 property var anchorPiece: null
                 property var hovered: null
+                property bool dragged: false
 
                 function pieceAt(mouse) {
                     return wordArea.pieceAt(mouse.x, mouse.y);
@@ -238,12 +369,15 @@ Item {
                         const a = anchorPiece.piece, b = item.piece;
                         message.selectionStart = Math.min(a.start, b.start);
                         message.selectionEnd = Math.max(a.start + a.text.length, b.start + b.text.length);
+                        message.caretStart = b.start;
+                        dragged = dragged || a.start !== b.start;
                         return;
                     }
                     if (item === hovered)
                         return;
                     hovered = item;
-                    if (item && item.piece.word)
+                    // Glosses are for pointing, when the settings have them.
+                    if (item && item.piece.word && message.interactive)
                         message.wordHovered(item.piece, item);
                     else
                         message.wordLeft();
@@ -255,16 +389,25 @@ Item {
                     message.wordLeft();
                 }
                 onPressed: mouse => {
+                    message.forceActiveFocus(Qt.MouseFocusReason);
                     message.selectionCleared();
                     message.clearSelection();
                     const item = pieceAt(mouse);
                     anchorPiece = item && item.piece.word ? item : null;
+                    dragged = false;
+                    if (anchorPiece)
+                        message.caretStart = anchorPiece.piece.start;
                     message.wordLeft();
                 }
-                onReleased: {
+                onReleased: mouse => {
                     anchorPiece = null;
-                    if (message.hasSelection)
+                    if (message.hasSelection) {
                         message.selectionMade(message);
+                        return;
+                    }
+                    const item = pieceAt(mouse);
+                    if (item && item.piece.link && !dragged)
+                        Qt.openUrlExternally(message.linkUrl(item.piece.text));
                 }
                 onDoubleClicked: mouse => {
                     const item = pieceAt(mouse);

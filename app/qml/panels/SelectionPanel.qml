@@ -5,7 +5,7 @@ import QtQuick.Layouts
 import Quillo.Components
 
 // What a selected passage means: the passage, its meaning and the other ways to say it, or
-// the line that says why there is none.
+// the line that says why there is none. Esc closes it, wherever the focus is.
 Rectangle {
     id: panel
     property var translation
@@ -17,6 +17,14 @@ Rectangle {
     radius: Theme.radius
     color: Theme.surfaceRaised
     border.color: Theme.separator
+    Accessible.role: Accessible.Dialog
+    Accessible.name: "Translation"
+
+    Shortcut {
+        sequence: StandardKey.Cancel
+        enabled: panel.visible
+        onActivated: panel.closed()
+    }
 
     ColumnLayout {
         id: column
@@ -35,7 +43,9 @@ Rectangle {
                 font.pixelSize: Theme.px(12)
             }
             ToolButton {
+                objectName: "selectionPanelClose"
                 text: "×"
+                Accessible.name: "Close"
                 onClicked: panel.closed()
             }
         }
