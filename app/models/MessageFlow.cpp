@@ -344,6 +344,32 @@ MessageFlowLayout flowMessage(const QList<QList<MessagePiece>>& lines, qreal wid
     return layout;
 }
 
+void FlowPieces::setPieces(QVariantList pieces) {
+    if (pieces.size() != m_pieces.size()) {
+        beginResetModel();
+        m_pieces = std::move(pieces);
+        endResetModel();
+        return;
+    }
+    m_pieces = std::move(pieces);
+    if (!m_pieces.isEmpty())
+        Q_EMIT dataChanged(index(0), index(int(m_pieces.size()) - 1));
+}
+
+int FlowPieces::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : int(m_pieces.size());
+}
+
+QVariant FlowPieces::data(const QModelIndex& index, int role) const {
+    if (role != Qt::UserRole || !index.isValid() || index.row() >= m_pieces.size())
+        return {};
+    return m_pieces[index.row()];
+}
+
+QHash<int, QByteArray> FlowPieces::roleNames() const {
+    return {{Qt::UserRole, "piece"}};
+}
+
 MessageFlow::MessageFlow(QObject* parent)
     : QObject(parent) {}
 
@@ -405,31 +431,32 @@ void MessageFlow::layOut() {
 
     m_layout = flowMessage(messageLinesFromView(m_lines), m_width, metrics);
     const qreal textY = m_readings ? metrics.readingHeight + metrics.readingGap : 0;
-    m_pieces.clear();
-    m_pieces.reserve(m_layout.pieces.size());
+    QVariantList pieces;
+    pieces.reserve(m_layout.pieces.size());
     for (const PlacedPiece& placed : m_layout.pieces) {
         const MessagePiece& piece = placed.piece;
-        m_pieces.append(QVariantMap{{QStringLiteral("text"), piece.text},
-                                    {QStringLiteral("gloss"), piece.gloss},
-                                    {QStringLiteral("reading"),
-                                     placed.partStart == piece.start ? piece.reading : QString()},
-                                    {QStringLiteral("start"), piece.start},
-                                    {QStringLiteral("word"), piece.word},
-                                    {QStringLiteral("link"), piece.link},
-                                    {QStringLiteral("part"), placed.part},
-                                    {QStringLiteral("partStart"), placed.partStart},
-                                    {QStringLiteral("x"), placed.x},
-                                    {QStringLiteral("y"), placed.y},
-                                    {QStringLiteral("width"), placed.width},
-                                    {QStringLiteral("height"), m_layout.lineHeight},
-                                    {QStringLiteral("textY"), textY},
-                                    {QStringLiteral("textWidth"), placed.textWidth},
-                                    {QStringLiteral("readingWidth"), placed.readingWidth},
-                                    {QStringLiteral("line"), placed.line},
-                                    {QStringLiteral("rightToLeft"), placed.rightToLeft},
-                                    {QStringLiteral("alignRight"), placed.alignRight},
-                                    {QStringLiteral("shown"), placed.shown}});
+        pieces.append(QVariantMap{{QStringLiteral("text"), piece.text},
+                                  {QStringLiteral("gloss"), piece.gloss},
+                                  {QStringLiteral("reading"),
+                                   placed.partStart == piece.start ? piece.reading : QString()},
+                                  {QStringLiteral("start"), piece.start},
+                                  {QStringLiteral("word"), piece.word},
+                                  {QStringLiteral("link"), piece.link},
+                                  {QStringLiteral("part"), placed.part},
+                                  {QStringLiteral("partStart"), placed.partStart},
+                                  {QStringLiteral("x"), placed.x},
+                                  {QStringLiteral("y"), placed.y},
+                                  {QStringLiteral("width"), placed.width},
+                                  {QStringLiteral("height"), m_layout.lineHeight},
+                                  {QStringLiteral("textY"), textY},
+                                  {QStringLiteral("textWidth"), placed.textWidth},
+                                  {QStringLiteral("readingWidth"), placed.readingWidth},
+                                  {QStringLiteral("line"), placed.line},
+                                  {QStringLiteral("rightToLeft"), placed.rightToLeft},
+                                  {QStringLiteral("alignRight"), placed.alignRight},
+                                  {QStringLiteral("shown"), placed.shown}});
     }
+    m_pieces.setPieces(std::move(pieces));
     Q_EMIT laidOut();
 }
 

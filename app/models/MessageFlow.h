@@ -3,6 +3,7 @@
 
 #include "MessageLines.h"
 
+#include <QAbstractListModel>
 #include <QFont>
 #include <QObject>
 #include <QQmlParserStatus>
@@ -60,6 +61,25 @@ struct MessageFlowLayout {
 MessageFlowLayout flowMessage(const QList<QList<MessagePiece>>& lines, qreal width,
                               const FlowMetrics& metrics);
 
+// The placed pieces of a message for a Repeater, each as the role "piece". A new layout with
+// as many pieces changes them in place, so the items drawing them (and the one under the
+// pointer) stay.
+class FlowPieces : public QAbstractListModel {
+    Q_OBJECT
+    QML_ANONYMOUS
+
+public:
+    using QAbstractListModel::QAbstractListModel;
+
+    void setPieces(QVariantList pieces);
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+private:
+    QVariantList m_pieces;
+};
+
 // The flow for a message bubble: give it the message's lines and the width and type sizes the
 // view uses; read where each piece goes.
 class MessageFlow : public QObject, public QQmlParserStatus {
@@ -74,9 +94,9 @@ class MessageFlow : public QObject, public QQmlParserStatus {
     Q_PROPERTY(qreal lineSpacing MEMBER m_lineSpacing WRITE setLineSpacing NOTIFY inputChanged)
     Q_PROPERTY(qreal readingGap MEMBER m_readingGap WRITE setReadingGap NOTIFY inputChanged)
     Q_PROPERTY(bool readings MEMBER m_readings WRITE setReadings NOTIFY inputChanged)
-    // [{text, gloss, reading, start, word, link, part, partStart, x, y, width, height, textY,
-    //   textWidth, readingWidth, line, rightToLeft, alignRight, shown}]
-    Q_PROPERTY(QVariantList pieces READ pieces NOTIFY laidOut)
+    // Each piece as {text, gloss, reading, start, word, link, part, partStart, x, y, width,
+    // height, textY, textWidth, readingWidth, line, rightToLeft, alignRight, shown}.
+    Q_PROPERTY(quillo::FlowPieces* pieces READ pieces CONSTANT)
     Q_PROPERTY(qreal naturalWidth READ naturalWidth NOTIFY laidOut)
     Q_PROPERTY(qreal height READ height NOTIFY laidOut)
     Q_PROPERTY(qreal textHeight READ textHeight NOTIFY laidOut)
@@ -93,7 +113,7 @@ public:
     void setReadingGap(qreal gap);
     void setReadings(bool readings);
 
-    const QVariantList& pieces() const { return m_pieces; }
+    FlowPieces* pieces() { return &m_pieces; }
     qreal naturalWidth() const { return m_layout.naturalWidth; }
     qreal height() const { return m_layout.height; }
     qreal textHeight() const { return m_textHeight; }
@@ -121,7 +141,7 @@ private:
     bool m_complete = false;
 
     MessageFlowLayout m_layout;
-    QVariantList m_pieces;
+    FlowPieces m_pieces;
     qreal m_textHeight = 0;
 };
 

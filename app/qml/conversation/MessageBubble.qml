@@ -295,8 +295,7 @@ Item {
                 model: flow.pieces
                 delegate: Item {
                     id: pieceItem
-                    required property var modelData
-                    readonly property var piece: modelData
+                    required property var piece
                     readonly property bool selected: message.hasSelection && piece.partStart < message.selectionEnd && piece.partStart + piece.part.length > message.selectionStart
                     readonly property bool atCaret: message.activeFocus && piece.word && piece.start === message.caretStart
                     objectName: piece.link ? "link" : piece.word ? "word" : "gap"
