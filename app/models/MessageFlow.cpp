@@ -9,6 +9,7 @@
 #include <unicode/uchar.h>
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 
 namespace quillo {
@@ -270,6 +271,9 @@ QList<QList<Part>> linesOf(const Paragraph& paragraph, const QList<MessagePiece>
 MessageFlowLayout flowMessage(const QList<QList<MessagePiece>>& lines, qreal width,
                               const FlowMetrics& metrics) {
     MessageFlowLayout layout;
+    // Before the view has a width, nothing is broken: a line per paragraph, not a grapheme.
+    if (width <= 0)
+        width = std::numeric_limits<qreal>::infinity();
     QString whole;
     for (const auto& line : lines) {
         for (const MessagePiece& piece : line)

@@ -226,6 +226,9 @@ TEST(MessageFlow, WordsAndAddressesWiderThanALineBreakBetweenCharacters) {
     // starts a line.
     EXPECT_EQ(lineTexts(layout).first(), QStringLiteral("Mira"));
 
+    // Before the view knows its width, nothing is broken up.
+    EXPECT_EQ(lineCount(flowed(text, QStringLiteral("Spanish"), 0)), 1);
+
     // A combining accent stays with its letter across the break.
     const QString combining = QStringLiteral("e\u0301e\u0301e\u0301e\u0301e\u0301e\u0301");
     const MessageFlowLayout accents = flowed(combining, QStringLiteral("Spanish"), 50);
