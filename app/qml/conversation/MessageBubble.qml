@@ -112,6 +112,14 @@ Item {
     }
 
     activeFocusOnTab: true
+    // A message the keyboard reaches comes into view; one the pointer presses is there.
+    required property int index
+    property bool focusFromPointer: false
+    onActiveFocusChanged: {
+        if (activeFocus && !focusFromPointer && ListView.view)
+            ListView.view.positionViewAtIndex(index, ListView.Contain);
+        focusFromPointer = false;
+    }
     Accessible.role: Accessible.ListItem
     Accessible.name: (fromUser ? "You" : senderName) + ", " + time.text + ": " + text
     Accessible.focusable: true
@@ -388,6 +396,7 @@ Item {
                     message.wordLeft();
                 }
                 onPressed: mouse => {
+                    message.focusFromPointer = !message.activeFocus;
                     message.forceActiveFocus(Qt.MouseFocusReason);
                     message.selectionCleared();
                     message.clearSelection();

@@ -118,6 +118,30 @@ TEST_F(MessageLayoutScreenTest, RightToLeftMessagesReadFromTheRightEdgeInTheirOw
     EXPECT_EQ(accessible->text(QAccessible::Name),
               QStringLiteral("Lucía Ortega, %1: %2").arg(textOf(time), arabic));
     grab(QStringLiteral("conversation-right-to-left"));
+
+    // A narrower window lays the messages out again: more lines, every word inside its
+    // bubble, the Arabic still from the right edge.
+    const auto linesOf = [this](const QString& word) {
+        QSet<qreal> tops;
+        QQuickItem* holder = messageOf(wordItem(word));
+        for (QQuickItem* piece : items(QStringLiteral("word"))) {
+            if (messageOf(piece) == holder)
+                tops.insert(sceneRect(piece).top());
+        }
+        return tops.size();
+    };
+    const qsizetype wideLines = linesOf(arabicWords.first());
+    window()->resize(window()->width() - 260, window()->height());
+    spinUntil([] { return false; }, 10);
+    EXPECT_GT(linesOf(arabicWords.first()), wideLines);
+    for (QQuickItem* word : items(QStringLiteral("word"))) {
+        const QRectF around = sceneRect(ancestorNamed(word, QStringLiteral("bubble")));
+        EXPECT_TRUE(around.contains(sceneRect(word))) << textOf(word).toStdString();
+    }
+    QQuickItem* firstAgain = wordItem(arabicWords.first());
+    EXPECT_NEAR(sceneRect(firstAgain).right(),
+                sceneRect(ancestorNamed(firstAgain, QStringLiteral("bubble"))).right() - 14, 1.5);
+    grab(QStringLiteral("conversation-right-to-left-narrow"));
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
 
