@@ -153,6 +153,27 @@ TEST_F(MessageLayoutScreenTest, TheKeyboardSelectsWordsTranslatesThemBesideThePa
     controller->navigation().select(japaneseId);
     QQuickItem* word = nullptr;
     ASSERT_TRUE(spinUntil([&] { return (word = wordItem(QStringLiteral("すごい"))); }));
+    // Each reading stands centred over its word, the words' row under the readings' row.
+    int centred = 0;
+    for (QQuickItem* piece : items(QStringLiteral("word"))) {
+        QQuickItem* reading = nullptr;
+        QQuickItem* text = nullptr;
+        for (QQuickItem* child : piece->childItems()) {
+            if (child->objectName() == u"reading")
+                reading = child;
+            if (child->objectName() == u"wordText")
+                text = child;
+        }
+        ASSERT_TRUE(reading && text);
+        if (!reading->isVisible())
+            continue;
+        EXPECT_NEAR(sceneRect(reading).center().x(), sceneRect(text).center().x(), 0.5)
+            << textOf(text).toStdString();
+        EXPECT_LE(sceneRect(reading).bottom(), sceneRect(text).top() + 0.5);
+        ++centred;
+    }
+    EXPECT_GE(centred, 4);
+
     QQuickItem* message = messageOf(word);
     ASSERT_NE(message, nullptr);
     EXPECT_TRUE(message->activeFocusOnTab());
