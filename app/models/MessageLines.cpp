@@ -21,8 +21,10 @@ bool holdsLetterOrNumber(QStringView text) {
 } // namespace
 
 QList<TextRange> webAddresses(const QString& text) {
-    static const QRegularExpression address(
-        QStringLiteral(R"((?:\b[a-zA-Z][a-zA-Z0-9+.-]*://|\bwww\.)[^\s<>"]+)"));
+    // Chinese and Japanese run on after an address without a space; their characters and
+    // full-width punctuation end it.
+    static const QRegularExpression address(QStringLiteral(
+        R"((?:\b[a-zA-Z][a-zA-Z0-9+.-]*://|\bwww\.)[^\s<>"\x{3000}-\x{30FF}\x{4E00}-\x{9FFF}\x{FF00}-\x{FFEF}]+)"));
     // What closes the sentence, not the address: "(see https://a.org/x)." keeps "/x".
     static const QString closing = QStringLiteral(".,;:!?'\"”’»)]}…。、，！？");
     QList<TextRange> found;

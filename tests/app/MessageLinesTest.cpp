@@ -100,6 +100,17 @@ TEST(MessageLines, AWebAddressIsOnePieceWithoutTheSentencesPunctuation) {
     EXPECT_EQ(words(lines), (QStringList{QStringLiteral("Mira"), QStringLiteral("Y"),
                                          QStringLiteral("vale"), QStringLiteral("http")}));
 
+    // Japanese runs on after an address without a space.
+    const QString japanese = QStringLiteral("見てhttps://example.jp/aです。");
+    const auto japaneseLines =
+        messageLines(japanese, laidOut(japanese, QStringLiteral("Japanese"), false));
+    QStringList japaneseLinks;
+    for (const MessagePiece& piece : japaneseLines.first()) {
+        if (piece.link)
+            japaneseLinks.append(piece.text);
+    }
+    EXPECT_EQ(japaneseLinks, QStringList{QStringLiteral("https://example.jp/a")});
+
     // What the view reads gives back the same pieces.
     EXPECT_EQ(messageLinesFromView(
                   messageLinesForView(text, laidOut(text, QStringLiteral("Spanish"), false))),
