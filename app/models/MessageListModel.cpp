@@ -5,6 +5,7 @@
 #include "model/Languages.h"
 #include "repository/ChatRepository.h"
 
+#include <QDateTime>
 #include <QVariantMap>
 
 namespace quillo {
@@ -14,6 +15,10 @@ namespace {
 bool sameRequest(const LayoutRequest& a, const LayoutRequest& b) {
     return a.withReadings == b.withReadings && a.language == b.language && a.text == b.text &&
            a.glosses == b.glosses;
+}
+
+QString dayOf(qint64 millis) {
+    return QDateTime::fromMSecsSinceEpoch(millis).date().toString(Qt::ISODate);
 }
 
 } // namespace
@@ -26,6 +31,7 @@ MessageListModel::MessageListModel(ChatRepository& repository, LayOut layOut, QO
     , m_repository(repository)
     , m_layOut(std::move(layOut)) {
     connect(&repository, &ChatRepository::stateChanged, this, &MessageListModel::update);
+    connect(&repository, &ChatRepository::typingChanged, this, &MessageListModel::followUnanswered);
 }
 
 void MessageListModel::setBotId(const QString& botId) {
@@ -35,8 +41,10 @@ void MessageListModel::setBotId(const QString& botId) {
     m_botId = botId;
     m_entries = entriesOf(m_repository.state());
     m_layouts.clear();
+    m_unanswered = unansweredId();
     endResetModel();
     Q_EMIT botIdChanged();
+    Q_EMIT oldestDayChanged();
 }
 
 void MessageListModel::setNewestFirst(bool newestFirst) {
@@ -65,12 +73,69 @@ QList<MessageListModel::Entry> MessageListModel::entriesOf(const StoredState& st
         const bool readings = message.role == MessageRole::Assistant &&
                               supportsRomanization(language) &&
                               state.profile.settings(language).showsRomanization;
-        entries.append({message, language, readings});
+        entries.append({message, language, readings, {}});
+    }
+    // From the newest back: each day's run carries the day of the run after it.
+    QString runDay;
+    QString newerDay;
+    for (qsizetype i = entries.size() - 1; i >= 0; --i) {
+        const QString day = dayOf(entries[i].message.createdAt);
+        if (i < entries.size() - 1 && day != runDay)
+            newerDay = runDay;
+        runDay = day;
+        entries[i].daySection = newerDay;
     }
     return entries;
 }
 
+QString MessageListModel::oldestDay() const {
+    return m_entries.isEmpty() ? QString() : dayOf(m_entries.first().message.createdAt);
+}
+
+QString MessageListModel::dayLabel(QDate day, QDate today, const QLocale& locale) {
+    const qint64 ago = day.daysTo(today);
+    if (ago == 0)
+        return QStringLiteral("Today");
+    if (ago == 1)
+        return QStringLiteral("Yesterday");
+    if (ago > 1 && ago < 7)
+        return locale.standaloneDayName(day.dayOfWeek(), QLocale::LongFormat);
+    return locale.toString(day, QLocale::LongFormat);
+}
+
+QString MessageListModel::dayLabel(const QString& day) const {
+    const QDate date = QDate::fromString(day, Qt::ISODate);
+    return date.isValid() ? dayLabel(date, QDate::currentDate(), QLocale()) : QString();
+}
+
+QString MessageListModel::unansweredId() const {
+    if (m_entries.isEmpty() || m_repository.typing().contains(m_botId))
+        return {};
+    const ChatMessage& newest = m_entries.last().message;
+    return newest.role == MessageRole::User ? newest.id : QString();
+}
+
+void MessageListModel::followUnanswered() {
+    const QString now = unansweredId();
+    if (now == m_unanswered)
+        return;
+    const QString before = std::exchange(m_unanswered, now);
+    for (qsizetype entry = 0; entry < m_entries.size(); ++entry) {
+        const QString& id = m_entries[entry].message.id;
+        if (id == before || id == now)
+            Q_EMIT dataChanged(index(rowOf(entry)), index(rowOf(entry)), {NotAnsweredRole});
+    }
+}
+
 void MessageListModel::update() {
+    const QString oldest = oldestDay();
+    updateEntries();
+    followUnanswered();
+    if (oldestDay() != oldest)
+        Q_EMIT oldestDayChanged();
+}
+
+void MessageListModel::updateEntries() {
     const QList<Entry> next = entriesOf(m_repository.state());
     // The usual change: new messages at the end, or glosses arriving for one.
     qsizetype kept = 0;
@@ -80,6 +145,7 @@ void MessageListModel::update() {
     if (kept < m_entries.size()) {
         beginResetModel();
         m_entries = next;
+        m_unanswered = unansweredId();
         endResetModel();
         return;
     }
@@ -87,7 +153,7 @@ void MessageListModel::update() {
         const Entry& now = next[row];
         const Entry& before = m_entries[row];
         if (now.message == before.message && now.language == before.language &&
-            now.withReadings == before.withReadings)
+            now.withReadings == before.withReadings && now.daySection == before.daySection)
             continue;
         m_entries[row] = now;
         Q_EMIT dataChanged(index(rowOf(row)), index(rowOf(row)));
@@ -153,15 +219,21 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
     }
     case LinesRole:
         return messageLinesForView(entry.message.text, layoutOf(entry));
+    case NotAnsweredRole:
+        return !m_unanswered.isEmpty() && entry.message.id == m_unanswered;
+    case DaySectionRole:
+        return entry.daySection;
     default:
         return {};
     }
 }
 
 QHash<int, QByteArray> MessageListModel::roleNames() const {
-    return {{MessageIdRole, "messageId"}, {TextRole, "text"},         {FromUserRole, "fromUser"},
-            {CreatedAtRole, "createdAt"}, {LanguageRole, "language"}, {SegmentsRole, "segments"},
-            {ReadingsRole, "readings"},   {LinesRole, "lines"}};
+    return {{MessageIdRole, "messageId"},     {TextRole, "text"},
+            {FromUserRole, "fromUser"},       {CreatedAtRole, "createdAt"},
+            {LanguageRole, "language"},       {SegmentsRole, "segments"},
+            {ReadingsRole, "readings"},       {LinesRole, "lines"},
+            {NotAnsweredRole, "notAnswered"}, {DaySectionRole, "daySection"}};
 }
 
 } // namespace quillo

@@ -93,6 +93,13 @@ void ConversationScreen::dismissError() {
     setErrorLine({});
 }
 
+void ConversationScreen::answerAgain() {
+    if (botId().isEmpty())
+        return;
+    setErrorLine({});
+    m_repository.conversation().answer(botId());
+}
+
 void ConversationScreen::copyText(const QString& text) {
     if (!text.isEmpty())
         QGuiApplication::clipboard()->setText(text);

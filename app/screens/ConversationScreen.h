@@ -56,6 +56,8 @@ public:
     // Sends the composer's text, trimmed; blank text sends nothing. Gives whether it went.
     Q_INVOKABLE bool send(const QString& text);
     Q_INVOKABLE void dismissError();
+    // "Try again" under the user's unanswered message: the contact answers it now.
+    Q_INVOKABLE void answerAgain();
     // The message view asks for glosses of the contact's messages it shows.
     Q_INVOKABLE void prefetch(const QString& messageId);
     // Puts a message, or the part of it the user selected, on the clipboard.

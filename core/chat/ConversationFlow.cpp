@@ -78,6 +78,10 @@ void ConversationFlow::send(const QString& botId, const QString& text) {
     sendTurn(botId, text);
 }
 
+void ConversationFlow::answer(const QString& botId) {
+    answerLatest(botId);
+}
+
 QCoro::Task<> ConversationFlow::sendTurn(QString botId, QString text) {
     if (addUserMessage(botId, text))
         co_await answerLatest(botId);

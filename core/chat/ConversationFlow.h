@@ -42,6 +42,10 @@ public:
     // Adds the user's message and answers it; the turn runs on by itself.
     void send(const QString& botId, const QString& text);
 
+    // The same, as a turn that runs on by itself: the user asks again for an answer that did
+    // not come.
+    void answer(const QString& botId);
+
     // Answers the contact's newest message when it is the user's.
     QCoro::Task<> answerLatest(QString botId);
 

@@ -59,7 +59,7 @@ Rectangle {
         const date = new Date(millis);
         const now = new Date();
         if (date.toDateString() === now.toDateString())
-            return Qt.formatTime(date, "hh:mm");
+            return Qt.formatTime(date, Qt.locale().timeFormat(Locale.ShortFormat).replace(/[:.]ss/, ""));
         const days = (now - date) / 86400000;
         if (days < 6)
             return Qt.locale().dayName(date.getDay(), Locale.ShortFormat);

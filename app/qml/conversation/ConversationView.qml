@@ -102,6 +102,41 @@ Rectangle {
 
             Component.onCompleted: view.conversation.messages.newestFirst = true
 
+            // A day's label over its first message. The list runs bottom to top, so a section's
+            // label stands under the newest message of its run: each run carries the day that
+            // starts above that label, and the oldest day's label tops the list.
+            section.property: "daySection"
+            section.criteria: ViewSection.FullString
+            section.delegate: Item {
+                required property string section
+                width: messages.width
+                height: section.length > 0 ? sectionLabel.implicitHeight + Theme.spacing : 0
+                Label {
+                    id: sectionLabel
+                    objectName: "daySeparator"
+                    anchors.centerIn: parent
+                    visible: parent.section.length > 0
+                    text: view.conversation.messages.dayLabel(parent.section)
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.smallSize
+                    font.weight: Font.DemiBold
+                }
+            }
+            footer: Item {
+                width: messages.width
+                height: view.conversation.messages.oldestDay.length > 0 ? oldestLabel.implicitHeight + Theme.spacing : 0
+                Label {
+                    id: oldestLabel
+                    objectName: "daySeparator"
+                    anchors.centerIn: parent
+                    visible: view.conversation.messages.oldestDay.length > 0
+                    text: view.conversation.messages.dayLabel(view.conversation.messages.oldestDay)
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.smallSize
+                    font.weight: Font.DemiBold
+                }
+            }
+
             delegate: MessageBubble {
                 maxBubbleWidth: Math.min(560, messages.width * 0.72)
                 interactive: view.pointing

@@ -16,6 +16,7 @@ Item {
     required property string language
     required property var lines
     required property double createdAt
+    required property bool notAnswered
 
     // Set by the conversation view.
     property real maxBubbleWidth: 480
@@ -159,7 +160,7 @@ Item {
     }
 
     width: ListView.view ? ListView.view.width : 400
-    height: bubble.height + 6
+    height: bubble.height + 6 + (unanswered.visible ? unanswered.height + 2 : 0)
 
     Component.onCompleted: if (!fromUser)
         App.conversation.prefetch(messageId)
@@ -212,11 +213,38 @@ Item {
         }
     }
 
-    // "14:05" today, "Mon 14:05" this week, "3 Nov 14:05" before.
+    // Under the user's message that got no answer, a way to ask for one again.
+    Row {
+        id: unanswered
+        objectName: "notAnswered"
+        visible: message.notAnswered
+        anchors.right: bubble.right
+        anchors.top: bubble.bottom
+        anchors.topMargin: 2
+        spacing: 6
+        Label {
+            anchors.verticalCenter: parent.verticalCenter
+            text: "Not answered"
+            color: Theme.danger
+            font.pixelSize: Theme.smallSize
+        }
+        Button {
+            objectName: "tryAgain"
+            text: "Try again"
+            flat: true
+            focusPolicy: Qt.StrongFocus
+            font.pixelSize: Theme.smallSize
+            Accessible.name: "Try again"
+            Accessible.description: "Ask for an answer to this message again"
+            onClicked: App.conversation.answerAgain()
+        }
+    }
+
+    // "14:05" today, "Mon 14:05" this week, "3 Nov 14:05" before, in the locale's own form.
     function timeText(millis) {
         const date = new Date(millis);
         const now = new Date();
-        const time = Qt.formatTime(date, "hh:mm");
+        const time = Qt.formatTime(date, Qt.locale().timeFormat(Locale.ShortFormat).replace(/[:.]ss/, ""));
         if (date.toDateString() === now.toDateString())
             return time;
         if ((now - date) / 86400000 < 6)
