@@ -15,6 +15,11 @@ Navigation::Navigation(ChatRepository& repository, QObject* parent)
         if (m_selected && !state.bot(*m_selected))
             clearSelection();
     });
+    // Signing out ends what was open over the chats: the next sign-in starts at the chats.
+    connect(&repository, &ChatRepository::accountChanged, this, [this] {
+        if (!m_repository.account())
+            closeSheet();
+    });
 }
 
 std::optional<QString> Navigation::mostRelevantChat(const StoredState& state) {

@@ -40,7 +40,22 @@ QHash<int, QByteArray> NotificationCards::roleNames() const {
             {AccentRole, "accent"}, {SubtitleRole, "subtitle"}, {BodyRole, "body"}};
 }
 
+void NotificationCards::setWindowActive(bool active) {
+    if (active == m_windowActive)
+        return;
+    m_windowActive = active;
+    if (active && !m_cards.isEmpty()) {
+        beginResetModel();
+        m_cards.clear();
+        endResetModel();
+        Q_EMIT countChanged();
+    }
+    Q_EMIT windowActiveChanged();
+}
+
 void NotificationCards::push(const NotificationPayload& payload) {
+    if (m_windowActive)
+        return;
     dismissFor(payload.botId);
     beginInsertRows({}, 0, 0);
     m_cards.prepend(payload);

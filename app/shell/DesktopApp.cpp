@@ -62,8 +62,9 @@ DesktopApp::DesktopApp(const QStringList& arguments, const Clock& clock)
     , m_controller(m_clock)
     , m_context(m_controller, desktopSession())
     , m_screens(m_context) {
+    // No display name of the application's own: the desktop would add it to every window
+    // title, and the window's title already says "Quillo".
     QGuiApplication::setApplicationName(AppIdentity::displayName());
-    QGuiApplication::setApplicationDisplayName(AppIdentity::displayName());
     QGuiApplication::setDesktopFileName(AppIdentity::bundleIdentifier());
 }
 
@@ -74,6 +75,7 @@ DesktopApp::~DesktopApp() {
 bool DesktopApp::start() {
     if (!m_screens.loadMainWindow())
         return false;
+    m_placement.follow(*m_screens.mainWindow());
     // Tied to the controller: a later application in the same process must not reach this one.
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, &m_controller,
                      [this] { m_controller.stop(); });

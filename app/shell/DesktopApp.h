@@ -6,6 +6,7 @@
 #include "desktop/GlobalHotKey.h"
 #include "desktop/PortalHotKey.h"
 #include "desktop/TrayWatch.h"
+#include "desktop/WindowPlacement.h"
 #include "models/AppController.h"
 #include "screens/AppContext.h"
 #include "shell/ScreenEngine.h"
@@ -54,6 +55,8 @@ private:
     QStringList m_arguments;
     AppController m_controller;
     AppContext m_context;
+    // Before the screens: the window it follows goes first.
+    WindowPlacement m_placement;
     ScreenEngine m_screens;
     std::unique_ptr<TrayWatch> m_trayWatch;
     std::unique_ptr<TrayIcon> m_tray;

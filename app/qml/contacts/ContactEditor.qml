@@ -18,8 +18,12 @@ Rectangle {
     function save() {
         if (!editor.draft.canSave)
             return;
+        const added = editor.draft.isNew ? editor.draft.botId : "";
         editor.draft.save();
         editor.done();
+        // A new contact's chat opens, ready for the first message.
+        if (added.length > 0)
+            App.navigation.select(added);
     }
     Shortcut {
         sequences: [StandardKey.Save, "Ctrl+Return"]

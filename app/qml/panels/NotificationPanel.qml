@@ -12,12 +12,13 @@ Window {
     property var cards: App.notifications
 
     flags: Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint | Qt.WindowDoesNotAcceptFocus
-    color: "transparent"
+    // Opaque: without a compositor a transparent window is drawn black around the cards.
+    color: Theme.window
     width: Theme.panelWidth
     height: Math.max(1, list.contentHeight + 24)
     x: Screen.desktopAvailableWidth - width - 12
     y: 12
-    visible: cards.count > 0
+    visible: cards.count > 0 && !cards.windowActive
     title: App.displayName
 
     ListView {

@@ -199,7 +199,7 @@ Rectangle {
                 }
                 SwitchRow {
                     title: "Point at words to translate"
-                    explanation: "Rest the pointer on a word to see what it means, or select several words to translate them."
+                    explanation: "Words of contacts' messages are looked up on a public translation service as they arrive."
                     checked: sheet.settings.wordTranslations
                     onToggled: on => sheet.settings.wordTranslations = on
                 }

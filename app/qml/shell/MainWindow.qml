@@ -18,6 +18,8 @@ ApplicationWindow {
     minimumWidth: Theme.px(360)
     minimumHeight: Theme.px(480)
     visible: false
+    // "Quillo", or "Quillo (7)" with unread replies; the application sets no display name of its
+    // own, so the desktop adds nothing after it.
     title: App.unread > 0 ? App.displayName + " (" + App.unread + ")" : App.displayName
     color: Theme.window
 
@@ -60,6 +62,12 @@ ApplicationWindow {
         App.setWindowShown(window.visible && window.visibility !== Window.Minimized);
     }
     onVisibleChanged: tellShown()
+    // The notification cards are for when Quillo is not the window in use.
+    Binding {
+        target: App.notifications
+        property: "windowActive"
+        value: window.active
+    }
     onVisibilityChanged: tellShown()
 
     Loader {
