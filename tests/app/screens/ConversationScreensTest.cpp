@@ -231,6 +231,12 @@ TEST_F(ScreensRenderTest, AReplyForAChatNotOnScreenRaisesANotificationAndTheUnre
     controller->navigation().select(spanishId);
     ASSERT_TRUE(spinUntil([this] { return context->conversation()->botId() == spanishId; }));
     const int unreadBefore = context->unread();
+    // Cards are for when Quillo is not the window in use: another one comes to the front.
+    QWindow elsewhere;
+    elsewhere.resize(200, 100);
+    elsewhere.show();
+    elsewhere.requestActivate();
+    ASSERT_TRUE(spinUntil([this] { return !window()->isActive(); }));
     spinUntil([] { return false; }, 10, 100); // the client's pacing slot passes
     ASSERT_TRUE(model.waitForHeld(1));
     model.release();
