@@ -132,8 +132,9 @@ TEST_F(MessageLayoutScreenTest, RightToLeftMessagesReadFromTheRightEdgeInTheirOw
     };
     const qsizetype wideLines = linesOf(arabicWords.first());
     window()->resize(window()->width() - 260, window()->height());
-    spinUntil([] { return false; }, 10);
-    EXPECT_GT(linesOf(arabicWords.first()), wideLines);
+    // The new width reaches the bubbles through a resize event and a layout pass.
+    EXPECT_TRUE(spinUntil([&] { return linesOf(arabicWords.first()) > wideLines; }))
+        << linesOf(arabicWords.first()) << " lines, as wide";
     for (QQuickItem* word : items(QStringLiteral("word"))) {
         const QRectF around = sceneRect(ancestorNamed(word, QStringLiteral("bubble")));
         EXPECT_TRUE(around.contains(sceneRect(word))) << textOf(word).toStdString();
