@@ -227,6 +227,9 @@ TEST_F(ConversationTest, OnlyRepliesOffScreenNotify) {
     EXPECT_TRUE(incoming.isEmpty());
 
     repository->conversation().setVisibleBotId(std::nullopt);
+    // The next reply comes later than the one read; the clock moves only while a turn waits,
+    // and a turn that needs no wait would stamp it with the read one's millisecond.
+    appClock.advance(1'000);
     say(lucia, QStringLiteral("¿qué tal?"));
     EXPECT_EQ(incomingFrom, QStringList{lucia});
     ASSERT_EQ(incoming.size(), 1);
