@@ -73,6 +73,10 @@ TEST_F(MessageListModelTest, NewMessagesAreInsertedAndSettingsRefreshRowsInPlace
     EXPECT_EQ(model.rowCount(), 4);
     EXPECT_EQ(inserted.size(), 1);
     EXPECT_TRUE(model.index(3).data(MessageListModel::FromUserRole).toBool());
+    // With no turn running for it, the user's newest message stands unanswered.
+    EXPECT_TRUE(model.index(3).data(MessageListModel::NotAnsweredRole).toBool());
+    EXPECT_FALSE(model.index(2).data(MessageListModel::NotAnsweredRole).toBool());
+    changed.clear();
 
     ASSERT_FALSE(model.index(0).data(MessageListModel::ReadingsRole).toList().isEmpty());
     const int before = built;
