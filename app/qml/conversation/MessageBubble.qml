@@ -208,7 +208,8 @@ Item {
             anchors.bottomMargin: 5
             text: message.timeText(message.createdAt)
             color: message.fromUser ? Theme.ownBubbleText : Theme.faintText
-            opacity: message.fromUser ? 0.75 : 1
+            // Softer than the message, still 4.5:1 on the darker of the own bubbles.
+            opacity: message.fromUser ? 0.9 : 1
             font.pixelSize: Theme.tinySize
         }
     }

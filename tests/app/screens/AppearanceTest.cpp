@@ -132,6 +132,21 @@ TEST_F(AppearanceTest, EveryColourPairOfBothThemesMeetsItsContrast) {
             worstText.note(ratio, themeName + QStringLiteral(": initials on ") + accent);
             EXPECT_GE(ratio, 4.5) << "initials on " << accent.toStdString();
         }
+        // Times are drawn softer than their message; blended over the bubble they still read.
+        const QList<QQuickItem*> times = items(QStringLiteral("messageTime"));
+        ASSERT_FALSE(times.isEmpty());
+        for (QQuickItem* time : times) {
+            const QColor bubble = time->parentItem()->property("color").value<QColor>();
+            const QColor ink = time->property("color").value<QColor>();
+            const qreal alpha = time->opacity();
+            const QColor seen =
+                QColor::fromRgbF(ink.redF() * alpha + bubble.redF() * (1 - alpha),
+                                 ink.greenF() * alpha + bubble.greenF() * (1 - alpha),
+                                 ink.blueF() * alpha + bubble.blueF() * (1 - alpha));
+            const double ratio = Appearance::contrast(seen, bubble);
+            worstText.note(ratio, themeName + QStringLiteral(": a time on ") + bubble.name());
+            EXPECT_GE(ratio, 4.5) << "a time on " << bubble.name().toStdString();
+        }
         // The avatars on screen draw their initials in that colour.
         const QList<QQuickItem*> initials = items(QStringLiteral("avatarInitials"));
         ASSERT_FALSE(initials.isEmpty());
