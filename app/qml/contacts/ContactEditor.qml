@@ -75,7 +75,7 @@ Rectangle {
             contentWidth: availableWidth
 
             ColumnLayout {
-                width: Math.min(520, scroll.availableWidth - 48)
+                width: Math.min(Theme.px(520), scroll.availableWidth - 48)
                 x: (scroll.availableWidth - width) / 2
                 spacing: Theme.spacing
 
@@ -136,6 +136,7 @@ Rectangle {
                 }
                 ComboBox {
                     Layout.fillWidth: true
+                    implicitHeight: Math.max(Theme.controlHeight, implicitContentHeight + topPadding + bottomPadding)
                     Accessible.name: "Language"
                     editable: true
                     model: editor.draft.languageChoices
@@ -161,7 +162,7 @@ Rectangle {
                 SectionTitle {
                     text: "Conversation style"
                 }
-                ComboBox {
+                ChoiceBox {
                     objectName: "stylePicker"
                     Accessible.name: "Conversation style"
                     Layout.fillWidth: true
@@ -179,7 +180,7 @@ Rectangle {
                             color: Theme.text
                             font.pixelSize: Theme.bodySize
                         }
-                        ComboBox {
+                        ChoiceBox {
                             Layout.fillWidth: true
                             Accessible.name: "Age"
                             model: editor.draft.ageTitles
@@ -194,7 +195,7 @@ Rectangle {
                             color: Theme.text
                             font.pixelSize: Theme.bodySize
                         }
-                        ComboBox {
+                        ChoiceBox {
                             Layout.fillWidth: true
                             Accessible.name: "Gender"
                             model: editor.draft.genderTitles

@@ -14,7 +14,7 @@ Rectangle {
     readonly property ComposerDictation dictation: App.conversation.dictation
     signal sent
 
-    implicitHeight: Math.min(160, (dictation.active ? listening.implicitHeight : input.implicitHeight) + 2 * Theme.spacing) + Theme.spacing * 2 + (problem.visible ? problem.implicitHeight + 4 : 0)
+    implicitHeight: Math.min(Theme.px(160), (dictation.active ? listening.implicitHeight : input.implicitHeight) + 2 * Theme.spacing) + Theme.spacing * 2 + (problem.visible ? problem.implicitHeight + 4 : 0)
     color: Theme.window
 
     // The dictated words join what is already typed, at the cursor.
@@ -139,7 +139,7 @@ Rectangle {
                 }
             }
         }
-        ComboBox {
+        ChoiceBox {
             id: speechLanguage
             objectName: "speechLanguage"
             Layout.alignment: Qt.AlignBottom
@@ -155,6 +155,8 @@ Rectangle {
         }
         RoundButton {
             objectName: "micButton"
+            implicitWidth: Theme.px(36)
+            implicitHeight: Theme.px(36)
             Layout.alignment: Qt.AlignBottom
             visible: !composer.dictation.active
             contentItem: Item {
@@ -172,6 +174,8 @@ Rectangle {
         }
         RoundButton {
             objectName: "sendButton"
+            implicitWidth: Theme.px(36)
+            implicitHeight: Theme.px(36)
             Layout.alignment: Qt.AlignBottom
             text: "↑"
             font.pixelSize: Theme.iconSize

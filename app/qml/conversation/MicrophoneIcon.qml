@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
+import Quillo.Components
 
 // A microphone drawn in the text colour, so it needs no icon font: the capsule, the cradle
 // around it, and the stand.
 Item {
     id: icon
     property color color: "black"
-    implicitWidth: 16
-    implicitHeight: 18
+    implicitWidth: Theme.px(16)
+    implicitHeight: Theme.px(18)
 
     Rectangle {
         x: (icon.width - width) / 2

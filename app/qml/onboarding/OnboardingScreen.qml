@@ -47,7 +47,7 @@ Rectangle {
         contentWidth: availableWidth
 
         ColumnLayout {
-            width: Math.min(460, parent.width - 48)
+            width: Math.min(Theme.px(460), parent.width - 48)
             x: (parent.width - width) / 2
             spacing: Theme.spacing
 
@@ -86,7 +86,7 @@ Rectangle {
             SectionTitle {
                 text: "Age group"
             }
-            ComboBox {
+            ChoiceBox {
                 objectName: "ageGroup"
                 Accessible.name: "Age group"
                 model: App.settings.ageGroupTitles

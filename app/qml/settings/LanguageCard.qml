@@ -53,7 +53,7 @@ Rectangle {
                 text: "Level"
                 color: Theme.secondaryText
             }
-            ComboBox {
+            ChoiceBox {
                 Accessible.name: card.entry.language + " level"
                 model: card.settings.levelTitles
                 currentIndex: card.entry.level
@@ -66,7 +66,7 @@ Rectangle {
                 text: "Replies"
                 color: Theme.secondaryText
             }
-            ComboBox {
+            ChoiceBox {
                 Accessible.name: "Length of " + card.entry.language + " replies"
                 model: card.settings.replyLengthTitles
                 currentIndex: card.entry.replyLength

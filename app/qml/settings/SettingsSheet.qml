@@ -53,7 +53,7 @@ Rectangle {
             contentWidth: availableWidth
 
             ColumnLayout {
-                width: Math.min(560, scroll.availableWidth - 48)
+                width: Math.min(Theme.px(560), scroll.availableWidth - 48)
                 x: (scroll.availableWidth - width) / 2
                 spacing: Theme.spacing
 
@@ -80,7 +80,7 @@ Rectangle {
                     color: Theme.text
                     font.pixelSize: Theme.bodySize
                 }
-                ComboBox {
+                ChoiceBox {
                     objectName: "ageGroupPicker"
                     model: sheet.settings.ageGroupTitles
                     currentIndex: sheet.settings.ageGroup
@@ -215,7 +215,7 @@ Rectangle {
                         color: Theme.text
                         font.pixelSize: Theme.bodySize
                     }
-                    ComboBox {
+                    ChoiceBox {
                         objectName: "themePicker"
                         Accessible.name: "Theme"
                         model: sheet.settings.themeTitles

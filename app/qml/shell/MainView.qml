@@ -122,7 +122,7 @@ Item {
         property Item focusBefore: null
         parent: Overlay.overlay
         anchors.centerIn: parent
-        width: Math.min(640, main.width - (main.narrow ? 16 : 64))
+        width: Math.min(Theme.px(640), main.width - (main.narrow ? 16 : 64))
         height: main.height - (main.narrow ? 16 : 64)
         modal: true
         focus: true

@@ -15,7 +15,7 @@ Rectangle {
 
     ColumnLayout {
         anchors.centerIn: parent
-        width: Math.min(380, parent.width - 48)
+        width: Math.min(Theme.px(380), parent.width - 48)
         spacing: Theme.spacing * 1.5
 
         Avatar {
