@@ -13,6 +13,9 @@ Rectangle {
     readonly property alias input: input
     readonly property ComposerDictation dictation: App.conversation.dictation
     signal sent
+    // Ctrl+Home and Ctrl+End scroll the conversation to its start or end even while the caret
+    // is here, rather than moving the caret in a message of a line or two.
+    signal scrollAsked(bool toStart)
 
     implicitHeight: Math.min(Theme.px(160), (dictation.active ? listening.implicitHeight : input.implicitHeight) + 2 * Theme.spacing) + Theme.spacing * 2 + (problem.visible ? problem.implicitHeight + 4 : 0)
     color: Theme.window
@@ -124,6 +127,12 @@ Rectangle {
                 bottomPadding: Theme.px(9)
                 Accessible.name: "Message " + App.conversation.name
                 Accessible.description: "Enter sends, Shift+Enter starts a new line"
+                Keys.onPressed: event => {
+                    if ((event.modifiers & Qt.ControlModifier) && (event.key === Qt.Key_Home || event.key === Qt.Key_End)) {
+                        event.accepted = true;
+                        composer.scrollAsked(event.key === Qt.Key_Home);
+                    }
+                }
                 Keys.onReturnPressed: event => {
                     if (event.modifiers & Qt.ShiftModifier) {
                         event.accepted = false;

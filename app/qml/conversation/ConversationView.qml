@@ -24,11 +24,30 @@ Rectangle {
     }
     Component.onCompleted: focusComposer()
 
+    // The ends of the conversation. Bubbles differ in height and are only made near the view,
+    // so the list knows where an end is only once it has made the bubbles there: it is asked
+    // again, after the first jump has laid them out.
+    function showNewest() {
+        messages.keepNewest = true;
+        messages.stickToNewest();
+    }
+    function showOldest() {
+        messages.keepNewest = false;
+        messages.positionViewAtEnd();
+        Qt.callLater(messages.positionViewAtEnd);
+    }
+
     // Scrolling the conversation from the keyboard, wherever the focus is in it.
     function scrollBy(pages) {
-        const step = messages.height * 0.9 * pages;
         // The list runs bottom to top: older messages lie at smaller contentY.
-        messages.contentY = Math.max(messages.originY - messages.topMargin, Math.min(messages.contentY - step, messages.originY + messages.contentHeight - messages.height + messages.bottomMargin));
+        const wanted = messages.contentY - messages.height * 0.9 * pages;
+        const newestEnd = messages.originY + messages.contentHeight - messages.height + messages.bottomMargin;
+        if (pages < 0 && wanted >= newestEnd) {
+            showNewest();
+            return;
+        }
+        messages.keepNewest = false;
+        messages.contentY = Math.max(messages.originY - messages.topMargin, Math.min(wanted, newestEnd));
     }
     Shortcut {
         sequences: [StandardKey.MoveToPreviousPage]
@@ -40,11 +59,11 @@ Rectangle {
     }
     Shortcut {
         sequences: ["Ctrl+Home"]
-        onActivated: messages.positionViewAtEnd()
+        onActivated: view.showOldest()
     }
     Shortcut {
         sequences: ["Ctrl+End"]
-        onActivated: messages.positionViewAtBeginning()
+        onActivated: view.showNewest()
     }
 
     readonly property var conversation: App.conversation
@@ -65,7 +84,7 @@ Rectangle {
         function onSelectionChanged() {
             view.clearPanels();
             composer.text = "";
-            Qt.callLater(messages.positionViewAtBeginning);
+            Qt.callLater(view.showNewest);
             view.focusComposer();
         }
     }
@@ -98,9 +117,24 @@ Rectangle {
             cacheBuffer: 200
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {
+                onPressedChanged: if (pressed)
+                    messages.keepNewest = false
             }
 
             Component.onCompleted: view.conversation.messages.newestFirst = true
+
+            // Bubbles settle their height once laid out at the list's width, after the jump
+            // to the newest message: until the user scrolls, the list follows, so the newest
+            // message (and the line under it) is never left below the edge.
+            property bool keepNewest: true
+            function stickToNewest() {
+                positionViewAtBeginning();
+            }
+            // Any scroll of the user's lets it go: a drag or the wheel here, the scroll bar, or
+            // the keys (which scroll through the view's own functions).
+            onMovementStarted: keepNewest = false
+            onContentHeightChanged: if (keepNewest)
+                Qt.callLater(stickToNewest)
 
             // A day's label over its first message. The list runs bottom to top, so a section's
             // label stands under the newest message of its run: each run carries the day that
@@ -241,8 +275,9 @@ Rectangle {
         Composer {
             id: composer
             Layout.fillWidth: true
+            onScrollAsked: toStart => toStart ? view.showOldest() : view.showNewest()
             onSent: {
-                messages.positionViewAtBeginning();
+                view.showNewest();
                 view.clearPanels();
             }
         }

@@ -3,6 +3,7 @@
 
 #include <QQuickWindow>
 #include <QTest>
+#include <QWheelEvent>
 
 using namespace quillo;
 using namespace quillo::screentest;
@@ -188,6 +189,74 @@ TEST_F(KeyboardScreensTest, TheChatListIsWalkedWithArrowsAndChatsChangeFromAnywh
     EXPECT_EQ(controller->navigation().selectedBotId(), chats.botIdAt((row + 1) % 3));
     EXPECT_TRUE(spinUntil([this] { return focusIn(QStringLiteral("composerInput")); }))
         << focusedName().toStdString();
+    EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
+}
+
+TEST_F(KeyboardScreensTest, PageKeysScrollTheConversationWhileTheComposerKeepsTheCaret) {
+    StoredState state = seededDocument();
+    for (int i = 0; i < 60; ++i)
+        state.messages.append({QStringLiteral("page%1").arg(i),
+                               spanishId,
+                               i % 2 ? MessageRole::User : MessageRole::Assistant,
+                               QStringLiteral("Mensaje número %1").arg(i),
+                               {},
+                               1'700'000'000'000 + i,
+                               MessageSource::Provider,
+                               {}});
+    seed(state);
+    ASSERT_NO_FATAL_FAILURE(launch());
+    controller->navigation().select(spanishId);
+    ASSERT_TRUE(spinUntil([this] { return focusIn(QStringLiteral("composerInput")); }));
+    QQuickItem* list = item(QStringLiteral("messageList"));
+    ASSERT_TRUE(
+        spinUntil([&] { return list->property("atYBeginning").isValid() && bubbles() > 0; }));
+    const auto y = [list] { return list->property("contentY").toReal(); };
+    // Whether the bubble of the message with that text is wholly inside the list on screen.
+    const auto shown = [&](const QString& text) {
+        const QRectF view = list->mapRectToScene(QRectF(0, 0, list->width(), list->height()));
+        for (QQuickItem* bubble : items(QStringLiteral("bubble"))) {
+            QQuickItem* message = bubble;
+            while (message && !message->property("messageId").isValid())
+                message = message->parentItem();
+            if (message && message->property("text").toString() == text)
+                return view.contains(
+                    bubble->mapRectToScene(QRectF(0, 0, bubble->width(), bubble->height())));
+        }
+        return false;
+    };
+    const QString newest = QStringLiteral("Mensaje número 59");
+    const QString oldest = QStringLiteral("¡Hola Ana! ¿Qué música escuchas estos días?");
+    // The chat opens on its newest message, whole.
+    ASSERT_TRUE(spinUntil([&] { return shown(newest); }));
+    const qreal start = y();
+
+    // Page Up goes back in time and Page Down forward again, by most of a screen each.
+    press(Qt::Key_PageUp);
+    EXPECT_LT(y(), start - list->height() / 2);
+    EXPECT_FALSE(shown(newest));
+    press(Qt::Key_PageDown);
+    EXPECT_TRUE(spinUntil([&] { return shown(newest); })) << y() << " against " << start;
+    // Ctrl+Home goes to the first message of the chat, Ctrl+End to the newest.
+    press(Qt::Key_Home, Qt::ControlModifier);
+    EXPECT_TRUE(spinUntil([&] { return shown(oldest); }));
+    press(Qt::Key_End, Qt::ControlModifier);
+    EXPECT_TRUE(spinUntil([&] { return shown(newest); })) << y();
+    EXPECT_TRUE(focusIn(QStringLiteral("composerInput")));
+
+    // The wheel scrolls back too, and the list stays where the wheel left it while older
+    // bubbles are made above.
+    const QPointF over = list->mapToScene({list->width() / 2, list->height() / 2});
+    const qreal before = y();
+    for (int i = 0; i < 3; ++i) {
+        QWheelEvent wheel(over, window()->mapToGlobal(over), {}, {0, 120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(window(), &wheel);
+        spinUntil([] { return false; }, 5);
+    }
+    ASSERT_LT(y(), before);
+    const qreal wheeled = y();
+    spinUntil([] { return false; }, 20);
+    EXPECT_NEAR(y(), wheeled, 1) << "the list went back to the newest message by itself";
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
 
