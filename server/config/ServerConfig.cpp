@@ -39,6 +39,8 @@ constexpr Variable variables[] = {
     {u"QUILLO_TRANSCRIBE_KEY", u"(none)", u"API key for the transcription endpoint"},
     {u"QUILLO_TRANSCRIBE_TIMEOUT", u"50", u"seconds to wait for one transcription"},
     {u"QUILLO_DAILY_LIMIT", u"20", u"model replies per account per day"},
+    {u"QUILLO_DAILY_FEEDBACK_LIMIT", u"50",
+     u"feedback on the user's messages per account per day, apart from replies"},
     {u"QUILLO_GOOGLE_CLIENT_IDS", u"(none)",
      u"Google OAuth client ids, comma-separated; none: no Google sign-in"},
     {u"QUILLO_GOOGLE_JWKS_URL", u"https://www.googleapis.com/oauth2/v3/certs",
@@ -290,6 +292,7 @@ ServerConfig::fromEnvironment(const QProcessEnvironment& environment) {
     config.transcribeKey = reader.text(u"QUILLO_TRANSCRIBE_KEY");
     reader.number(u"QUILLO_TRANSCRIBE_TIMEOUT", config.transcribeTimeoutSeconds, 1, 3600);
     reader.number(u"QUILLO_DAILY_LIMIT", config.dailyLimit, 0, 1'000'000);
+    reader.number(u"QUILLO_DAILY_FEEDBACK_LIMIT", config.dailyFeedbackLimit, 0, 1'000'000);
     config.googleClientIds = commaList(reader.text(u"QUILLO_GOOGLE_CLIENT_IDS"));
     reader.webUrl(u"QUILLO_GOOGLE_JWKS_URL", config.googleJwksUrl);
     config.releaseVersion = reader.text(u"QUILLO_RELEASE_VERSION");

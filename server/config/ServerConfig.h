@@ -24,6 +24,7 @@ struct ServerConfig {
     QString transcribeKey;                                 // QUILLO_TRANSCRIBE_KEY
     int transcribeTimeoutSeconds = 50;                     // QUILLO_TRANSCRIBE_TIMEOUT
     int dailyLimit = 20;                                   // QUILLO_DAILY_LIMIT
+    int dailyFeedbackLimit = 50;                           // QUILLO_DAILY_FEEDBACK_LIMIT
     QStringList googleClientIds;                           // QUILLO_GOOGLE_CLIENT_IDS
     QString googleJwksUrl =                                // QUILLO_GOOGLE_JWKS_URL
         QStringLiteral("https://www.googleapis.com/oauth2/v3/certs");

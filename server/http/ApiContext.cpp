@@ -33,10 +33,12 @@ QJsonObject ApiContext::accountJson(const AccountRow& account, qint64 day) const
         {QStringLiteral("email"), account.email},
         {QStringLiteral("name"), account.name},
         {QStringLiteral("plan"), QStringLiteral("free")},
-        {QStringLiteral("repliesToday"), storage.repliesOn(account.id, day)},
+        {QStringLiteral("repliesToday"), storage.usedOn(account.id, day, Allowance::Replies)},
         {QStringLiteral("dailyLimit"), config.dailyLimit},
         {QStringLiteral("plusDailyLimit"), config.dailyLimit},
         {QStringLiteral("planSource"), QStringLiteral("self-hosted")},
+        {QStringLiteral("feedbackToday"), storage.usedOn(account.id, day, Allowance::Feedback)},
+        {QStringLiteral("feedbackDailyLimit"), config.dailyFeedbackLimit},
     };
 }
 

@@ -45,8 +45,9 @@ struct ApiContext {
     // Days since 1970 in UTC: the daily allowance starts afresh at midnight UTC.
     qint64 today() const;
 
-    // The app's Account record: usage on `day`, and this server's allowance (there is no paid
-    // plan on a self-hosted server, so both limits are the configured one).
+    // The app's Account record: usage of both allowances on `day`, and this server's limits
+    // (there is no paid plan on a self-hosted server, so both reply limits are the configured
+    // one).
     QJsonObject accountJson(const AccountRow& account, qint64 day) const;
     // {"ready": bool}: whether replies can be produced now, by the model's last finding. Beside
     // every Account record; when no model was found and a look is due, one starts in the

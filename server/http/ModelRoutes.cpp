@@ -22,7 +22,7 @@ boost::asio::awaitable<void> check(const ApiContext& api, const HttpRequest& req
     if (!caller)
         co_return;
     const qint64 day = api.today();
-    if (!api.storage.reserveReply(caller->accountId, day, api.config.dailyLimit)) {
+    if (!api.storage.reserve(caller->accountId, day, Allowance::Replies, api.config.dailyLimit)) {
         sendError(response, 402, QStringLiteral("daily limit reached"));
         co_return;
     }
@@ -36,7 +36,7 @@ boost::asio::awaitable<void> check(const ApiContext& api, const HttpRequest& req
     }
     body.insert(QStringLiteral("ok"), !checked.failure);
     if (checked.failure) {
-        api.storage.releaseReply(caller->accountId, day);
+        api.storage.release(caller->accountId, day, Allowance::Replies);
         qCInfo(lcHttp).noquote() << "model check failed:" << checked.failure->detail;
         body.insert(QStringLiteral("error"), checked.failure->detail);
     }

@@ -19,6 +19,9 @@ constexpr int maxTokensLimit = 4096;
 
 struct ReplyRequest {
     QJsonArray messages; // only role and content of each, as the model is sent them
+    // "purpose": an answer for a contact ("reply", or no purpose), or feedback on what the
+    // user writes ("feedback"); each is counted against its own daily allowance.
+    Allowance allowance = Allowance::Replies;
     int maxTokens = 0;
     double temperature = 0;
 };
@@ -49,6 +52,11 @@ Result<ReplyRequest, QString> parseReplyRequest(const QJsonObject& body) {
     if (!temperature.isDouble() || !(temperature.toDouble() >= 0 && temperature.toDouble() <= 2))
         return QStringLiteral("temperature: expected a number from 0 to 2");
     reply.temperature = temperature.toDouble();
+    const QJsonValue purpose = body.value(u"purpose");
+    if (purpose == QJsonValue(QStringLiteral("feedback")))
+        reply.allowance = Allowance::Feedback;
+    else if (!purpose.isUndefined() && purpose != QJsonValue(QStringLiteral("reply")))
+        return QStringLiteral("purpose: expected reply or feedback");
     return reply;
 }
 
@@ -83,20 +91,25 @@ boost::asio::awaitable<void> reply(const ApiContext& api, const HttpRequest& req
         co_return;
     }
 
-    // The reply is taken from the allowance before the model is asked, so that concurrent
+    // The reply is taken from its allowance before the model is asked, so that concurrent
     // requests can never go past the limit; a failed one gives it back. The day is fixed here so
     // that a reply straddling midnight is given back to the day it was taken from.
+    ReplyRequest asked = std::move(parsed).value();
+    const Allowance allowance = asked.allowance;
+    const bool feedback = allowance == Allowance::Feedback;
     const qint64 day = api.today();
-    if (!api.storage.reserveReply(caller->accountId, day, api.config.dailyLimit)) {
-        sendError(response, 402, QStringLiteral("daily limit reached"));
+    if (!api.storage.reserve(caller->accountId, day, allowance,
+                             feedback ? api.config.dailyFeedbackLimit : api.config.dailyLimit)) {
+        sendError(response, 402,
+                  feedback ? QStringLiteral("daily feedback limit reached")
+                           : QStringLiteral("daily limit reached"));
         co_return;
     }
-    ReplyRequest asked = std::move(parsed).value();
     auto completion =
         api.model.complete(std::move(asked.messages), asked.maxTokens, asked.temperature);
     const auto content = co_await std::move(completion);
     if (!content) {
-        api.storage.releaseReply(caller->accountId, day);
+        api.storage.release(caller->accountId, day, allowance);
         qCInfo(lcHttp).noquote() << "model gave no reply:" << content.error().detail;
         sendModelFailure(response, content.error());
         co_return;

@@ -7,6 +7,17 @@ namespace quillo::server {
 // integers. Account ids are never reused, so nothing that outlives an account can point at a
 // newcomer.
 
+namespace {
+
+// Feedback is counted beside the replies of the same account and day, in a column of its own
+// (`count` stays the replies'). Rows that exist start at 0, and a server that does not know the
+// column still inserts rows that are valid.
+constexpr const char* feedbackCountColumn =
+    "ALTER TABLE reply_counts"
+    " ADD COLUMN feedback_count INTEGER NOT NULL DEFAULT 0 CHECK (feedback_count >= 0)";
+
+} // namespace
+
 const QList<Migration>& sqliteMigrations() {
     static const QList<Migration> migrations{
         {1,
@@ -42,6 +53,10 @@ const QList<Migration>& sqliteMigrations() {
              "CREATE TABLE service_checks ("
              " id INTEGER PRIMARY KEY CHECK (id = 1),"
              " checks INTEGER NOT NULL)",
+         }},
+        {3,
+         {
+             feedbackCountColumn,
          }},
     };
     return migrations;
@@ -82,6 +97,10 @@ const QList<Migration>& postgresMigrations() {
              "CREATE TABLE service_checks ("
              " id INTEGER PRIMARY KEY CHECK (id = 1),"
              " checks BIGINT NOT NULL)",
+         }},
+        {3,
+         {
+             feedbackCountColumn,
          }},
     };
     return migrations;

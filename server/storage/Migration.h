@@ -13,7 +13,8 @@ struct Migration {
 };
 
 // The same schema in each engine's dialect; keep the two lists in step.
-// (Version 2 holds the one row that readiness checks write, proving the database takes writes.)
+// (Version 2 holds the one row that readiness checks write, proving the database takes writes;
+// version 3 counts feedback beside the replies.)
 const QList<Migration>& sqliteMigrations();
 const QList<Migration>& postgresMigrations();
 

@@ -182,33 +182,46 @@ void PostgresStorage::removeAccessCodes(qint64 accountId, qint64 issuedBefore) {
     });
 }
 
-int PostgresStorage::repliesOn(qint64 accountId, qint64 day) {
+int PostgresStorage::usedOn(qint64 accountId, qint64 day, Allowance allowance) {
     return withConnection([&](PostgresConnection& db) {
         const auto result =
-            db.exec("SELECT count FROM reply_counts WHERE account_id = $1 AND day = $2",
+            db.exec(allowance == Allowance::Feedback ? "SELECT feedback_count FROM reply_counts"
+                                                       " WHERE account_id = $1 AND day = $2"
+                                                     : "SELECT count FROM reply_counts"
+                                                       " WHERE account_id = $1 AND day = $2",
                     Params().add(accountId).add(day));
         return result.rows() == 0 ? 0 : int(result.int64At(0, 0));
     });
 }
 
-bool PostgresStorage::reserveReply(qint64 accountId, qint64 day, int limit) {
+bool PostgresStorage::reserve(qint64 accountId, qint64 day, Allowance allowance, int limit) {
     if (limit <= 0)
         return false;
     return withConnection([&](PostgresConnection& db) {
         // The row lock of the upsert makes concurrent reservations queue, and the WHERE is
         // checked against the count each one finds.
-        return db.exec("INSERT INTO reply_counts (account_id, day, count) VALUES ($1, $2, 1)"
-                       " ON CONFLICT (account_id, day) DO UPDATE"
-                       " SET count = reply_counts.count + 1 WHERE reply_counts.count < $3",
+        return db.exec(allowance == Allowance::Feedback
+                           ? "INSERT INTO reply_counts (account_id, day, count, feedback_count)"
+                             " VALUES ($1, $2, 0, 1)"
+                             " ON CONFLICT (account_id, day) DO UPDATE"
+                             " SET feedback_count = reply_counts.feedback_count + 1"
+                             " WHERE reply_counts.feedback_count < $3"
+                           : "INSERT INTO reply_counts (account_id, day, count)"
+                             " VALUES ($1, $2, 1)"
+                             " ON CONFLICT (account_id, day) DO UPDATE"
+                             " SET count = reply_counts.count + 1 WHERE reply_counts.count < $3",
                        Params().add(accountId).add(day).add(qint64(limit)))
                    .changes() == 1;
     });
 }
 
-void PostgresStorage::releaseReply(qint64 accountId, qint64 day) {
+void PostgresStorage::release(qint64 accountId, qint64 day, Allowance allowance) {
     withConnection([&](PostgresConnection& db) {
-        db.exec("UPDATE reply_counts SET count = count - 1"
-                " WHERE account_id = $1 AND day = $2 AND count > 0",
+        db.exec(allowance == Allowance::Feedback
+                    ? "UPDATE reply_counts SET feedback_count = feedback_count - 1"
+                      " WHERE account_id = $1 AND day = $2 AND feedback_count > 0"
+                    : "UPDATE reply_counts SET count = count - 1"
+                      " WHERE account_id = $1 AND day = $2 AND count > 0",
                 Params().add(accountId).add(day));
     });
 }

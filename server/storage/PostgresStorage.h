@@ -35,9 +35,9 @@ public:
                                                qint64 issuedSince) override;
     void removeAccessCodes(qint64 accountId, qint64 issuedBefore) override;
 
-    int repliesOn(qint64 accountId, qint64 day) override;
-    bool reserveReply(qint64 accountId, qint64 day, int limit) override;
-    void releaseReply(qint64 accountId, qint64 day) override;
+    int usedOn(qint64 accountId, qint64 day, Allowance allowance) override;
+    bool reserve(qint64 accountId, qint64 day, Allowance allowance, int limit) override;
+    void release(qint64 accountId, qint64 day, Allowance allowance) override;
 
     std::optional<DocumentRow> document(qint64 accountId) override;
     PutResult putDocument(qint64 accountId, const QByteArray& bytes, qint64 baseUpdatedAt,

@@ -236,21 +236,31 @@ void SqliteStorage::removeAccessCodes(qint64 accountId, qint64 issuedBefore) {
     });
 }
 
-int SqliteStorage::repliesOn(qint64 accountId, qint64 day) {
+int SqliteStorage::usedOn(qint64 accountId, qint64 day, Allowance allowance) {
     return read([&](SqliteConnection& db) {
-        auto row = db.prepare("SELECT count FROM reply_counts WHERE account_id = ?1 AND day = ?2");
+        auto row =
+            db.prepare(allowance == Allowance::Feedback ? "SELECT feedback_count FROM reply_counts"
+                                                          " WHERE account_id = ?1 AND day = ?2"
+                                                        : "SELECT count FROM reply_counts"
+                                                          " WHERE account_id = ?1 AND day = ?2");
         row.bind(1, accountId).bind(2, day);
         return row.step() ? int(row.int64At(0)) : 0;
     });
 }
 
-bool SqliteStorage::reserveReply(qint64 accountId, qint64 day, int limit) {
+bool SqliteStorage::reserve(qint64 accountId, qint64 day, Allowance allowance, int limit) {
     if (limit <= 0)
         return false;
     return write([&](SqliteConnection& db) {
-        db.prepare("INSERT INTO reply_counts (account_id, day, count) VALUES (?1, ?2, 1)"
-                   " ON CONFLICT (account_id, day) DO UPDATE"
-                   " SET count = reply_counts.count + 1 WHERE reply_counts.count < ?3")
+        db.prepare(allowance == Allowance::Feedback
+                       ? "INSERT INTO reply_counts (account_id, day, count, feedback_count)"
+                         " VALUES (?1, ?2, 0, 1)"
+                         " ON CONFLICT (account_id, day) DO UPDATE"
+                         " SET feedback_count = reply_counts.feedback_count + 1"
+                         " WHERE reply_counts.feedback_count < ?3"
+                       : "INSERT INTO reply_counts (account_id, day, count) VALUES (?1, ?2, 1)"
+                         " ON CONFLICT (account_id, day) DO UPDATE"
+                         " SET count = reply_counts.count + 1 WHERE reply_counts.count < ?3")
             .bind(1, accountId)
             .bind(2, day)
             .bind(3, qint64(limit))
@@ -259,10 +269,13 @@ bool SqliteStorage::reserveReply(qint64 accountId, qint64 day, int limit) {
     });
 }
 
-void SqliteStorage::releaseReply(qint64 accountId, qint64 day) {
+void SqliteStorage::release(qint64 accountId, qint64 day, Allowance allowance) {
     write([&](SqliteConnection& db) {
-        db.prepare("UPDATE reply_counts SET count = count - 1"
-                   " WHERE account_id = ?1 AND day = ?2 AND count > 0")
+        db.prepare(allowance == Allowance::Feedback
+                       ? "UPDATE reply_counts SET feedback_count = feedback_count - 1"
+                         " WHERE account_id = ?1 AND day = ?2 AND feedback_count > 0"
+                       : "UPDATE reply_counts SET count = count - 1"
+                         " WHERE account_id = ?1 AND day = ?2 AND count > 0")
             .bind(1, accountId)
             .bind(2, day)
             .run();

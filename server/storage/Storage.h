@@ -41,6 +41,11 @@ struct PutResult {
     qint64 updatedAt = 0; // the new stamp when stored, else the current one (0: no document)
 };
 
+// The daily allowances of an account: model replies for its contacts, and feedback on what
+// the user writes (corrections, explanations), each with its own limit so that checking
+// messages never uses up the replies.
+enum class Allowance { Replies, Feedback };
+
 // Everything the service keeps, behind one interface with an SQLite and a PostgreSQL
 // implementation. Every query is scoped to one account id; no method reads across accounts.
 // Implementations are safe to call from many request threads at once. Failures of the database
@@ -91,13 +96,14 @@ public:
     // when a new code is to be the only one).
     virtual void removeAccessCodes(qint64 accountId, qint64 issuedBefore) = 0;
 
-    // Replies counted on `day` (days since 1970, UTC).
-    virtual int repliesOn(qint64 accountId, qint64 day) = 0;
-    // Takes one reply of the day's allowance if fewer than `limit` are taken; atomically, so
-    // concurrent requests never exceed the limit. Returns whether a reply was taken.
-    virtual bool reserveReply(qint64 accountId, qint64 day, int limit) = 0;
-    // Gives back a reserved reply whose request failed: only successful replies count.
-    virtual void releaseReply(qint64 accountId, qint64 day) = 0;
+    // What was counted of `allowance` on `day` (days since 1970, UTC).
+    virtual int usedOn(qint64 accountId, qint64 day, Allowance allowance) = 0;
+    // Takes one of the day's `allowance` if fewer than `limit` are taken; atomically, so
+    // concurrent requests never exceed the limit. Returns whether one was taken. The allowances
+    // are counted apart: taking feedback never takes a reply, nor the other way round.
+    virtual bool reserve(qint64 accountId, qint64 day, Allowance allowance, int limit) = 0;
+    // Gives back one that was reserved for a request that failed: only successes count.
+    virtual void release(qint64 accountId, qint64 day, Allowance allowance) = 0;
 
     virtual std::optional<DocumentRow> document(qint64 accountId) = 0;
     // Stores `bytes` when the current stamp equals `baseUpdatedAt` (0 meaning "no document

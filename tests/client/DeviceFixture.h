@@ -47,10 +47,10 @@ public:
             throw StorageError("deletions unavailable");
         ForwardingStorage::deleteAccount(id);
     }
-    int repliesOn(qint64 id, qint64 day) override {
+    int usedOn(qint64 id, qint64 day, Allowance allowance) override {
         if (countersDown)
             throw StorageError("counters unavailable");
-        return ForwardingStorage::repliesOn(id, day);
+        return ForwardingStorage::usedOn(id, day, allowance);
     }
     std::optional<DocumentRow> document(qint64 id) override {
         if (documentsDown)

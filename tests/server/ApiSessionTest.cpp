@@ -29,6 +29,8 @@ TEST_F(ApiSession, AccessCodeSignsInWithTheAccountRecord) {
         {QStringLiteral("dailyLimit"), 3},
         {QStringLiteral("plusDailyLimit"), 3},
         {QStringLiteral("planSource"), QStringLiteral("self-hosted")},
+        {QStringLiteral("feedbackToday"), 0},
+        {QStringLiteral("feedbackDailyLimit"), 50},
     };
     EXPECT_EQ(answer.json.value(u"account").toObject(), expected);
 

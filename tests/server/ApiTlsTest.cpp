@@ -88,7 +88,7 @@ TEST_F(ApiTls, AModelWithAnUntrustedCertificateIsUnreachable) {
                                  compact(replyRequest()).toStdString(), "application/json");
     ASSERT_TRUE(reply);
     EXPECT_EQ(reply->status, 503) << reply->body;
-    EXPECT_EQ(storage->repliesOn(1, clock.nowMillis() / millisPerDay), 0);
+    EXPECT_EQ(storage->usedOn(1, clock.nowMillis() / millisPerDay, Allowance::Replies), 0);
     impostor.stop();
     serving.join();
 }

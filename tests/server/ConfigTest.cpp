@@ -47,6 +47,7 @@ TEST(ServerConfig, DefaultsWhenUnsetOrEmpty) {
     EXPECT_TRUE(config.transcribeKey.isEmpty());
     EXPECT_EQ(config.transcribeTimeoutSeconds, 50);
     EXPECT_EQ(config.dailyLimit, 20);
+    EXPECT_EQ(config.dailyFeedbackLimit, 50);
     EXPECT_TRUE(config.googleClientIds.isEmpty());
     EXPECT_EQ(config.googleJwksUrl, u"https://www.googleapis.com/oauth2/v3/certs");
     EXPECT_EQ(config.threads, 32);
@@ -73,6 +74,7 @@ TEST(ServerConfig, ReadsEveryVariable) {
         {"QUILLO_TRANSCRIBE_KEY", "sk-speech"},
         {"QUILLO_TRANSCRIBE_TIMEOUT", "90"},
         {"QUILLO_DAILY_LIMIT", "0"},
+        {"QUILLO_DAILY_FEEDBACK_LIMIT", " 7 "},
         {"QUILLO_GOOGLE_CLIENT_IDS", " a.apps.test , ,b.apps.test,a.apps.test"},
         {"QUILLO_GOOGLE_JWKS_URL", "http://127.0.0.1:9999/certs"},
         {"QUILLO_RELEASE_VERSION", "1.4.0"},
@@ -94,6 +96,7 @@ TEST(ServerConfig, ReadsEveryVariable) {
     EXPECT_EQ(config.transcribeKey, u"sk-speech");
     EXPECT_EQ(config.transcribeTimeoutSeconds, 90);
     EXPECT_EQ(config.dailyLimit, 0);
+    EXPECT_EQ(config.dailyFeedbackLimit, 7);
     EXPECT_EQ(config.googleClientIds,
               (QStringList{QStringLiteral("a.apps.test"), QStringLiteral("b.apps.test")}));
     EXPECT_EQ(config.googleJwksUrl, u"http://127.0.0.1:9999/certs");
@@ -135,6 +138,9 @@ TEST(ServerConfig, ABadValueNamesItsVariable) {
         {"QUILLO_TRANSCRIBE_TIMEOUT", "3601"},
         {"QUILLO_DAILY_LIMIT", "-1"},
         {"QUILLO_DAILY_LIMIT", "twenty"},
+        {"QUILLO_DAILY_FEEDBACK_LIMIT", "-1"},
+        {"QUILLO_DAILY_FEEDBACK_LIMIT", "fifty"},
+        {"QUILLO_DAILY_FEEDBACK_LIMIT", "1000001"},
         {"QUILLO_GOOGLE_JWKS_URL", "certs.json"},
         {"QUILLO_RELEASE_URL", "https://"},
         {"QUILLO_RELEASE_URL", "download/quillo"},
@@ -158,6 +164,9 @@ TEST(ServerConfig, ABadValueNamesItsVariable) {
     }
     EXPECT_EQ(ServerConfig::fromEnvironment(environment({{"QUILLO_SERVER_THREADS", "0"}})).error(),
               u"QUILLO_SERVER_THREADS: \"0\" is not a whole number from 1 to 1024");
+    EXPECT_EQ(ServerConfig::fromEnvironment(environment({{"QUILLO_DAILY_FEEDBACK_LIMIT", "lots"}}))
+                  .error(),
+              u"QUILLO_DAILY_FEEDBACK_LIMIT: \"lots\" is not a whole number from 0 to 1000000");
 }
 
 // The app resolves a release link against the service's address, so a path on the service's
@@ -216,14 +225,31 @@ TEST(ServerConfig, SignInGuardsAreReadAndChecked) {
 TEST(ServerConfig, HelpListsEveryVariableInColumns) {
     const QString help = ServerConfig::variablesHelp();
     const char* names[] = {
-        "QUILLO_SERVER_LISTEN",     "QUILLO_DATABASE_URL",       "QUILLO_MODEL_URL",
-        "QUILLO_MODEL_NAME",        "QUILLO_MODEL_KEY",          "QUILLO_MODEL_JSON_MODE",
-        "QUILLO_MODEL_TIMEOUT",     "QUILLO_TRANSCRIBE_URL",     "QUILLO_TRANSCRIBE_MODEL",
-        "QUILLO_TRANSCRIBE_KEY",    "QUILLO_TRANSCRIBE_TIMEOUT", "QUILLO_DAILY_LIMIT",
-        "QUILLO_GOOGLE_CLIENT_IDS", "QUILLO_GOOGLE_JWKS_URL",    "QUILLO_RELEASE_VERSION",
-        "QUILLO_RELEASE_URL",       "QUILLO_SERVER_THREADS",     "QUILLO_MAX_BODY_BYTES",
-        "QUILLO_SESSION_IDLE_DAYS", "QUILLO_REQUEST_TIMEOUT",    "QUILLO_TLS_CERT",
-        "QUILLO_TLS_KEY",           "QUILLO_CODE_DAYS",          "QUILLO_GOOGLE_ALLOWED",
+        "QUILLO_SERVER_LISTEN",
+        "QUILLO_DATABASE_URL",
+        "QUILLO_MODEL_URL",
+        "QUILLO_MODEL_NAME",
+        "QUILLO_MODEL_KEY",
+        "QUILLO_MODEL_JSON_MODE",
+        "QUILLO_MODEL_TIMEOUT",
+        "QUILLO_TRANSCRIBE_URL",
+        "QUILLO_TRANSCRIBE_MODEL",
+        "QUILLO_TRANSCRIBE_KEY",
+        "QUILLO_TRANSCRIBE_TIMEOUT",
+        "QUILLO_DAILY_LIMIT",
+        "QUILLO_DAILY_FEEDBACK_LIMIT",
+        "QUILLO_GOOGLE_CLIENT_IDS",
+        "QUILLO_GOOGLE_JWKS_URL",
+        "QUILLO_RELEASE_VERSION",
+        "QUILLO_RELEASE_URL",
+        "QUILLO_SERVER_THREADS",
+        "QUILLO_MAX_BODY_BYTES",
+        "QUILLO_SESSION_IDLE_DAYS",
+        "QUILLO_REQUEST_TIMEOUT",
+        "QUILLO_TLS_CERT",
+        "QUILLO_TLS_KEY",
+        "QUILLO_CODE_DAYS",
+        "QUILLO_GOOGLE_ALLOWED",
         "QUILLO_TRUSTED_PROXIES",
     };
     QStringList rows = help.split(u'\n', Qt::SkipEmptyParts).filter(QStringLiteral("  QUILLO_"));

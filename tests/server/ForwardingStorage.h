@@ -36,11 +36,15 @@ public:
     void removeAccessCodes(qint64 id, qint64 before) override {
         inner().removeAccessCodes(id, before);
     }
-    int repliesOn(qint64 id, qint64 day) override { return inner().repliesOn(id, day); }
-    bool reserveReply(qint64 id, qint64 day, int limit) override {
-        return inner().reserveReply(id, day, limit);
+    int usedOn(qint64 id, qint64 day, Allowance allowance) override {
+        return inner().usedOn(id, day, allowance);
     }
-    void releaseReply(qint64 id, qint64 day) override { inner().releaseReply(id, day); }
+    bool reserve(qint64 id, qint64 day, Allowance allowance, int limit) override {
+        return inner().reserve(id, day, allowance, limit);
+    }
+    void release(qint64 id, qint64 day, Allowance allowance) override {
+        inner().release(id, day, allowance);
+    }
     std::optional<DocumentRow> document(qint64 id) override { return inner().document(id); }
     PutResult putDocument(qint64 id, const QByteArray& bytes, qint64 base, qint64 now) override {
         return inner().putDocument(id, bytes, base, now);

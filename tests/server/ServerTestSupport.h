@@ -104,7 +104,7 @@ protected:
         config.threads = 4;
         config.googleClientIds = {};
         ASSERT_TRUE(dir.isValid());
-        storage = openStorage(QStringLiteral("sqlite:") + dir.filePath(QStringLiteral("q.db")));
+        storage = openStorage(databaseUrl());
         storage->migrate();
         start();
     }
@@ -135,6 +135,11 @@ protected:
     void restart() {
         stop();
         start();
+    }
+
+    // Where `storage` keeps its data; a test may choose another engine.
+    virtual QString databaseUrl() {
+        return QStringLiteral("sqlite:") + dir.filePath(QStringLiteral("q.db"));
     }
 
     // The storage the server is given; a test may put a decorator in front of `storage`.

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "StorageTestSupport.h"
+#include "storage/Migration.h"
 #include "storage/SqliteConnection.h"
 
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <atomic>
 #include <latch>
@@ -178,28 +181,109 @@ TEST_P(StorageSuite, RepliesAreCountedPerAccountAndDayWithinTheLimit) {
     const qint64 day = 19'700;
 
     for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE(db->reserveReply(a, day, 3)) << i;
-    EXPECT_FALSE(db->reserveReply(a, day, 3));
-    EXPECT_EQ(db->repliesOn(a, day), 3);
-    EXPECT_FALSE(db->reserveReply(b, day, 0));
+        EXPECT_TRUE(db->reserve(a, day, Allowance::Replies, 3)) << i;
+    EXPECT_FALSE(db->reserve(a, day, Allowance::Replies, 3));
+    EXPECT_EQ(db->usedOn(a, day, Allowance::Replies), 3);
+    EXPECT_FALSE(db->reserve(b, day, Allowance::Replies, 0));
 
-    EXPECT_TRUE(db->reserveReply(a, day + 1, 3));
-    EXPECT_TRUE(db->reserveReply(b, day, 3));
-    EXPECT_EQ(db->repliesOn(a, day + 1), 1);
-    EXPECT_EQ(db->repliesOn(b, day), 1);
-    EXPECT_EQ(db->repliesOn(b, day + 1), 0);
+    EXPECT_TRUE(db->reserve(a, day + 1, Allowance::Replies, 3));
+    EXPECT_TRUE(db->reserve(b, day, Allowance::Replies, 3));
+    EXPECT_EQ(db->usedOn(a, day + 1, Allowance::Replies), 1);
+    EXPECT_EQ(db->usedOn(b, day, Allowance::Replies), 1);
+    EXPECT_EQ(db->usedOn(b, day + 1, Allowance::Replies), 0);
 
-    db->releaseReply(a, day);
-    EXPECT_EQ(db->repliesOn(a, day), 2);
-    EXPECT_TRUE(db->reserveReply(a, day, 3));
+    db->release(a, day, Allowance::Replies);
+    EXPECT_EQ(db->usedOn(a, day, Allowance::Replies), 2);
+    EXPECT_TRUE(db->reserve(a, day, Allowance::Replies, 3));
 
-    db->releaseReply(b, day);
-    db->releaseReply(b, day);
-    db->releaseReply(b, day + 7);
-    EXPECT_EQ(db->repliesOn(b, day), 0);
-    EXPECT_EQ(db->repliesOn(b, day + 7), 0);
-    EXPECT_TRUE(db->reserveReply(b, day, 1));
-    EXPECT_FALSE(db->reserveReply(b, day, 1));
+    db->release(b, day, Allowance::Replies);
+    db->release(b, day, Allowance::Replies);
+    db->release(b, day + 7, Allowance::Replies);
+    EXPECT_EQ(db->usedOn(b, day, Allowance::Replies), 0);
+    EXPECT_EQ(db->usedOn(b, day + 7, Allowance::Replies), 0);
+    EXPECT_TRUE(db->reserve(b, day, Allowance::Replies, 1));
+    EXPECT_FALSE(db->reserve(b, day, Allowance::Replies, 1));
+}
+
+TEST_P(StorageSuite, FeedbackIsCountedApartFromReplies) {
+    const qint64 a = db->ensureAccount(QStringLiteral("a@x.org"), {}, t0).id;
+    const qint64 day = 19'700;
+
+    // Feedback first makes the day's row without taking a reply.
+    EXPECT_TRUE(db->reserve(a, day, Allowance::Feedback, 2));
+    EXPECT_EQ(db->usedOn(a, day, Allowance::Replies), 0);
+    EXPECT_TRUE(db->reserve(a, day, Allowance::Feedback, 2));
+    EXPECT_FALSE(db->reserve(a, day, Allowance::Feedback, 2));
+    EXPECT_EQ(db->usedOn(a, day, Allowance::Feedback), 2);
+
+    // Spent feedback leaves every reply, and spent replies leave the feedback.
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(db->reserve(a, day, Allowance::Replies, 3)) << i;
+    EXPECT_FALSE(db->reserve(a, day, Allowance::Replies, 3));
+    EXPECT_EQ(db->usedOn(a, day, Allowance::Feedback), 2);
+    EXPECT_TRUE(db->reserve(a, day, Allowance::Feedback, 3));
+
+    db->release(a, day, Allowance::Feedback);
+    EXPECT_EQ(db->usedOn(a, day, Allowance::Feedback), 2);
+    EXPECT_EQ(db->usedOn(a, day, Allowance::Replies), 3);
+    db->release(a, day, Allowance::Replies);
+    EXPECT_EQ(db->usedOn(a, day, Allowance::Feedback), 2);
+    EXPECT_EQ(db->usedOn(a, day, Allowance::Replies), 2);
+
+    db->release(a, day + 1, Allowance::Feedback);
+    EXPECT_EQ(db->usedOn(a, day + 1, Allowance::Feedback), 0);
+    EXPECT_FALSE(db->reserve(a, day + 1, Allowance::Feedback, 0));
+    EXPECT_EQ(db->usedOn(a, day + 1, Allowance::Replies), 0);
+}
+
+// A database made by a build that counted replies only is brought up to date, its counts kept.
+TEST_P(StorageSuite, UpgradingAnExistingDatabaseKeepsItsCounts) {
+    const QString old = databases.freshUrl();
+    const auto makeOld = [](auto& connection, const QList<Migration>& migrations,
+                            const char* migrationsTable) {
+        connection.exec(migrationsTable);
+        for (const Migration& migration : migrations) {
+            if (migration.version > 2)
+                continue;
+            for (const char* statement : migration.statements)
+                connection.exec(statement);
+            connection.exec(QByteArray("INSERT INTO schema_migrations (version) VALUES (" +
+                                       QByteArray::number(migration.version) + ")")
+                                .constData());
+        }
+        connection.exec("INSERT INTO accounts (email, created_at) VALUES ('old@x.org', 1)");
+        connection.exec("INSERT INTO reply_counts (account_id, day, count)"
+                        " SELECT id, 19700, 4 FROM accounts");
+        connection.exec("INSERT INTO reply_counts (account_id, day, count)"
+                        " SELECT id, 19701, 1 FROM accounts");
+    };
+    if (GetParam() == Engine::Sqlite) {
+        const QString path = old.mid(7);
+        ASSERT_TRUE(QDir().mkpath(QFileInfo(path).absolutePath()));
+        SqliteConnection connection(path, SqliteConnection::Role::Writer);
+        makeOld(connection, sqliteMigrations(),
+                "CREATE TABLE schema_migrations (version INTEGER PRIMARY KEY,"
+                " applied_at TEXT NOT NULL DEFAULT CURRENT_TIMESTAMP)");
+    } else {
+        PostgresConnection connection(old);
+        makeOld(connection, postgresMigrations(),
+                "CREATE TABLE schema_migrations (version INTEGER PRIMARY KEY,"
+                " applied_at TIMESTAMPTZ NOT NULL DEFAULT now())");
+    }
+
+    auto upgraded = openStorage(old);
+    upgraded->migrate();
+    const AccountRow account = upgraded->ensureAccount(QStringLiteral("old@x.org"), {}, t0);
+    EXPECT_EQ(account.createdAt, 1);
+    EXPECT_EQ(upgraded->usedOn(account.id, 19'700, Allowance::Replies), 4);
+    EXPECT_EQ(upgraded->usedOn(account.id, 19'701, Allowance::Replies), 1);
+    EXPECT_EQ(upgraded->usedOn(account.id, 19'700, Allowance::Feedback), 0);
+    EXPECT_FALSE(upgraded->reserve(account.id, 19'700, Allowance::Replies, 4));
+    EXPECT_TRUE(upgraded->reserve(account.id, 19'700, Allowance::Feedback, 1));
+    EXPECT_EQ(upgraded->usedOn(account.id, 19'700, Allowance::Feedback), 1);
+    EXPECT_EQ(upgraded->usedOn(account.id, 19'700, Allowance::Replies), 4);
+    upgraded->migrate(); // nothing left to apply
+    EXPECT_EQ(upgraded->usedOn(account.id, 19'700, Allowance::Feedback), 1);
 }
 
 TEST_P(StorageSuite, DocumentUploadsAreComparedAndSet) {
@@ -256,7 +340,7 @@ TEST_P(StorageSuite, DeletingAnAccountRemovesOnlyItsRows) {
             db->ensureAccount(QString::fromLatin1(who) + QStringLiteral("@x.org"), {}, t0).id;
         db->createSession(id, sha256(who), t0);
         db->addAccessCode(id, sha256(who) + "code", t0);
-        db->reserveReply(id, 1, 5);
+        db->reserve(id, 1, Allowance::Replies, 5);
         db->putDocument(id, QByteArray(who), 0, t0);
         ids.append(id);
     }
@@ -265,13 +349,13 @@ TEST_P(StorageSuite, DeletingAnAccountRemovesOnlyItsRows) {
     EXPECT_FALSE(db->account(ids[0]));
     EXPECT_FALSE(db->useSession(sha256("gone"), 0, t0));
     EXPECT_FALSE(db->accountForAccessCode(sha256("gone") + "code", 0));
-    EXPECT_EQ(db->repliesOn(ids[0], 1), 0);
+    EXPECT_EQ(db->usedOn(ids[0], 1, Allowance::Replies), 0);
     EXPECT_FALSE(db->document(ids[0]));
 
     EXPECT_TRUE(db->account(ids[1]));
     EXPECT_EQ(db->useSession(sha256("kept"), 0, t0)->accountId, ids[1]);
     EXPECT_EQ(db->accountForAccessCode(sha256("kept") + "code", 0), ids[1]);
-    EXPECT_EQ(db->repliesOn(ids[1], 1), 1);
+    EXPECT_EQ(db->usedOn(ids[1], 1, Allowance::Replies), 1);
     EXPECT_EQ(db->document(ids[1])->bytes, QByteArray("kept"));
 
     // Signing up again starts from nothing, under an id never used before.
@@ -314,7 +398,7 @@ TEST_P(StorageSuite, RacingReservationsNeverPassTheLimit) {
         threads.emplace_back([&] {
             start.arrive_and_wait();
             while (attemptsLeft.fetch_sub(1) > 0) {
-                if (db->reserveReply(a, 3, 20))
+                if (db->reserve(a, 3, Allowance::Replies, 20))
                     ++taken;
             }
         });
@@ -322,7 +406,7 @@ TEST_P(StorageSuite, RacingReservationsNeverPassTheLimit) {
     for (auto& thread : threads)
         thread.join();
     EXPECT_EQ(taken, 20);
-    EXPECT_EQ(db->repliesOn(a, 3), 20);
+    EXPECT_EQ(db->usedOn(a, 3, Allowance::Replies), 20);
 }
 
 TEST(StorageFactory, RefusesUnknownAndUnreachableDatabasesClearly) {
