@@ -13,10 +13,22 @@ Account::Account(QString email_, QString name_, QString plan_, int repliesToday_
     , repliesToday(repliesToday_)
     , dailyLimit(dailyLimit_) {}
 
+namespace {
+
+// In 64 bits and clamped, so that odd counters from the service cannot wrap around.
+int left(int limit, int used) {
+    return int(
+        std::clamp<qint64>(qint64(limit) - qint64(used), 0, std::numeric_limits<int>::max()));
+}
+
+} // namespace
+
 int Account::repliesLeft() const {
-    // In 64 bits and clamped, so that odd counters from the service cannot wrap around.
-    const qint64 left = qint64(dailyLimit) - qint64(repliesToday);
-    return int(std::clamp<qint64>(left, 0, std::numeric_limits<int>::max()));
+    return left(dailyLimit, repliesToday);
+}
+
+int Account::feedbackLeft() const {
+    return left(feedbackDailyLimit, feedbackToday);
 }
 
 Decoded<Account> Account::fromJson(const QJsonValue& value) {
@@ -34,6 +46,10 @@ Decoded<Account> Account::fromJson(const QJsonValue& value) {
     account.plusDailyLimit =
         r.lenient<int>(QStringLiteral("plusDailyLimit")).value_or(account.plusDailyLimit);
     account.planSource = r.lenient<QString>(QStringLiteral("planSource"));
+    account.feedbackToday =
+        r.lenient<int>(QStringLiteral("feedbackToday")).value_or(account.feedbackToday);
+    account.feedbackDailyLimit =
+        r.lenient<int>(QStringLiteral("feedbackDailyLimit")).value_or(account.feedbackDailyLimit);
     return account;
 }
 
@@ -45,6 +61,8 @@ QJsonObject Account::toJson() const {
         {QStringLiteral("repliesToday"), repliesToday},
         {QStringLiteral("dailyLimit"), dailyLimit},
         {QStringLiteral("plusDailyLimit"), plusDailyLimit},
+        {QStringLiteral("feedbackToday"), feedbackToday},
+        {QStringLiteral("feedbackDailyLimit"), feedbackDailyLimit},
     };
     if (planExpiresAt)
         object.insert(QStringLiteral("planExpiresAt"), *planExpiresAt);

@@ -11,6 +11,7 @@ namespace quillo {
 // The plan fields are carried and compared as received; nothing in the app interprets them.
 struct Account {
     static constexpr int defaultDailyLimit = 20;
+    static constexpr int defaultFeedbackDailyLimit = 50;
 
     QString email;
     QString name;
@@ -20,6 +21,10 @@ struct Account {
     int dailyLimit = defaultDailyLimit;
     int plusDailyLimit = defaultDailyLimit; // nothing better to assume than the free limit
     std::optional<QString> planSource;      // absent: the service did not say where it came from
+    // Feedback on what the user writes (corrections, explanations) has an allowance of its own,
+    // apart from the replies; a service that does not count it sends neither field.
+    int feedbackToday = 0;
+    int feedbackDailyLimit = defaultFeedbackDailyLimit;
 
     Account() = default;
     // The usual account: no plan expiry or source, the default paid limit.
@@ -27,6 +32,8 @@ struct Account {
 
     // Replies still allowed today; never negative, even when the service counted past the limit.
     int repliesLeft() const;
+    // Feedback still allowed today, the same way.
+    int feedbackLeft() const;
 
     static Decoded<Account> fromJson(const QJsonValue& value);
     QJsonObject toJson() const;

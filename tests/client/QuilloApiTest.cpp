@@ -90,6 +90,27 @@ TEST_F(QuilloApi, RepliesCountAgainstTheDailyLimit) {
         waitForResult(api->reply(QStringLiteral("bad"), prompt, 80, 0.6)).error().hasStatus(401));
 }
 
+TEST_F(QuilloApi, TheAccountCarriesTheFeedbackAllowanceApartFromReplies) {
+    const qint64 id = storage->ensureAccount(QStringLiteral("ana@example.com"), {}, 0).id;
+    const qint64 today = clock.nowMillis() / millisPerDay;
+    ASSERT_TRUE(storage->reserve(id, today, Allowance::Feedback, config.dailyFeedbackLimit));
+    ASSERT_TRUE(storage->reserve(id, today, Allowance::Feedback, config.dailyFeedbackLimit));
+
+    const auto session = waitForResult(api->account(token));
+    ASSERT_TRUE(session.ok()) << session.error().description().toStdString();
+    EXPECT_EQ(session->account.feedbackToday, 2);
+    EXPECT_EQ(session->account.feedbackDailyLimit, 50);
+    EXPECT_EQ(session->account.feedbackLeft(), 48);
+    EXPECT_EQ(session->account.repliesLeft(), config.dailyLimit);
+
+    model.setDefault(ModelFixture::reply(QStringLiteral("{\"message\":\"Vale\"}")));
+    const auto answer = waitForResult(api->reply(token, prompt, 80, 0.6));
+    ASSERT_TRUE(answer.ok()) << answer.error().description().toStdString();
+    ASSERT_TRUE(answer->account.has_value());
+    EXPECT_EQ(answer->account->repliesToday, 1);
+    EXPECT_EQ(answer->account->feedbackToday, 2);
+}
+
 TEST_F(QuilloApi, StateRoundTripKeepsTheDocumentsBytes) {
     const auto none = waitForResult(api->state(token, 0));
     ASSERT_TRUE(none.ok()) << none.error().description().toStdString();

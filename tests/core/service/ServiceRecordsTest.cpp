@@ -28,6 +28,23 @@ TEST(Account, EveryFieldButEmailFallsBackToItsDefault) {
     EXPECT_EQ(account->plusDailyLimit, 20);
     EXPECT_FALSE(account->planExpiresAt);
     EXPECT_FALSE(account->planSource);
+    EXPECT_EQ(account->feedbackToday, 0);
+    EXPECT_EQ(account->feedbackDailyLimit, Account::defaultFeedbackDailyLimit);
+}
+
+TEST(Account, FeedbackCountersAreReadAndLeftApartFromReplies) {
+    const auto account = Account::fromJson(json(
+        R"({"email":"a@b.c","repliesToday":20,"dailyLimit":20,"feedbackToday":3,"feedbackDailyLimit":5})"));
+    ASSERT_TRUE(account);
+    EXPECT_EQ(account->repliesLeft(), 0);
+    EXPECT_EQ(account->feedbackLeft(), 2);
+    const auto odd = Account::fromJson(json(R"({"email":"a@b.c","feedbackToday":"x",
+                                              "feedbackDailyLimit":[]})"));
+    ASSERT_TRUE(odd);
+    EXPECT_EQ(odd->feedbackLeft(), Account::defaultFeedbackDailyLimit);
+    Account over = *account;
+    over.feedbackToday = 8;
+    EXPECT_EQ(over.feedbackLeft(), 0);
 }
 
 TEST(Account, FailsWithoutAnEmail) {
@@ -45,6 +62,8 @@ TEST(Account, RoundTripsAndLeavesAbsentOptionalsOut) {
     full.planExpiresAt = 1'800'000'000'000;
     full.plusDailyLimit = 200;
     full.planSource = QStringLiteral("store");
+    full.feedbackToday = 7;
+    full.feedbackDailyLimit = 9;
     EXPECT_EQ(Account::fromJson(full.toJson()).value(), full);
 
     const Account plain(QStringLiteral("bo@example.com"), QStringLiteral("Bo"),
@@ -52,6 +71,7 @@ TEST(Account, RoundTripsAndLeavesAbsentOptionalsOut) {
     const QJsonObject encoded = plain.toJson();
     EXPECT_EQ(encoded.keys(),
               (QStringList{QStringLiteral("dailyLimit"), QStringLiteral("email"),
+                           QStringLiteral("feedbackDailyLimit"), QStringLiteral("feedbackToday"),
                            QStringLiteral("name"), QStringLiteral("plan"),
                            QStringLiteral("plusDailyLimit"), QStringLiteral("repliesToday")}));
     EXPECT_EQ(Account::fromJson(encoded).value(), plain);
