@@ -235,6 +235,8 @@ void ConversationFlow::appendFromBot(const BotProfile& bot, const ChatMessage& m
         },
         DocumentAccess::Languages::Keep);
     m_glossing.prefetchWords(message.id);
+    if (m_onReplied)
+        m_onReplied(bot.id, message.id);
 
     const StoredState& state = m_document.document();
     if (visible || !state.notificationsEnabled || !m_onIncoming)

@@ -26,6 +26,8 @@ class ConversationFlow {
 public:
     // Called with the contact and its unread messages when one arrives off screen.
     using Incoming = std::function<void(const BotProfile&, const QList<ChatMessage>&)>;
+    // Called with the contact's id and the id of its message once one is in the chat.
+    using Replied = std::function<void(const QString& botId, const QString& messageId)>;
 
     // Everything given must outlive the flow.
     ConversationFlow(DocumentAccess& document, SessionStore& session, AccountCheck& account,
@@ -54,6 +56,7 @@ public:
 
     void setVisibleBotId(std::optional<QString> botId) { m_visibleBotId = std::move(botId); }
     void setOnIncoming(Incoming onIncoming) { m_onIncoming = std::move(onIncoming); }
+    void setOnReplied(Replied onReplied) { m_onReplied = std::move(onReplied); }
 
     // Ends every wait of the turns in flight; they then finish without touching anything.
     void close();
@@ -74,6 +77,7 @@ private:
     WordGlossing& m_glossing;
     std::optional<QString> m_visibleBotId;
     Incoming m_onIncoming;
+    Replied m_onReplied;
     // Watched by every turn: a turn that resumes after the flow closed stops, and its waits end
     // at once.
     Lifetime m_lifetime;

@@ -23,11 +23,13 @@ Decoded<ChatMessage> ChatMessage::fromJson(const QJsonValue& value) {
         message.role == MessageRole::Assistant ? MessageSource::Provider : MessageSource::User;
     message.source = r.lenient<MessageSource>(QStringLiteral("source")).value_or(inferred);
     message.language = r.lenient<QString>(QStringLiteral("language")).value_or(QString());
+    // A check that does not read back is simply asked again.
+    message.correction = r.lenient<Correction>(QStringLiteral("correction"));
     return message;
 }
 
 QJsonObject ChatMessage::toJson() const {
-    return {
+    QJsonObject object{
         {QStringLiteral("id"), id},
         {QStringLiteral("botId"), botId},
         {QStringLiteral("role"), toJsonValue(role)},
@@ -37,6 +39,9 @@ QJsonObject ChatMessage::toJson() const {
         {QStringLiteral("source"), toJsonValue(source)},
         {QStringLiteral("language"), language},
     };
+    if (correction)
+        object.insert(QStringLiteral("correction"), correction->toJson());
+    return object;
 }
 
 } // namespace quillo

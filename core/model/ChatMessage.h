@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Correction.h"
 #include "JsonCodec.h"
 #include "MessageRole.h"
 #include "MessageSource.h"
@@ -18,6 +19,8 @@ struct ChatMessage {
     qint64 createdAt = 0;   // milliseconds since 1970-01-01 UTC
     MessageSource source = MessageSource::User;
     QString language; // set for replies of an "Any language" contact
+    // What a check of the user's message found; absent until it was checked.
+    std::optional<Correction> correction = std::nullopt;
 
     static Decoded<ChatMessage> fromJson(const QJsonValue& value);
     QJsonObject toJson() const;

@@ -128,7 +128,12 @@ private:
 
 void writeLanguage(JsonOut& out, const LanguageSettings& settings) {
     out.raw('{');
-    out.key("language", true);
+    const bool choseCorrections = settings.corrections != CorrectionLevel::WhenAsked;
+    if (choseCorrections) {
+        out.key("corrections", true);
+        out.enumeration(settings.corrections);
+    }
+    out.key("language", !choseCorrections);
     out.string(settings.language);
     out.key("level");
     out.enumeration(settings.level);
@@ -203,10 +208,38 @@ void writeBot(JsonOut& out, const BotProfile& bot) {
     out.raw('}');
 }
 
+void writeCorrection(JsonOut& out, const Correction& correction) {
+    out.key("correction");
+    out.raw('{');
+    out.key("checkedAt", true);
+    out.integer(correction.checkedAt);
+    out.key("corrected");
+    out.string(correction.corrected);
+    out.key("edits");
+    out.raw('[');
+    for (qsizetype i = 0; i < correction.edits.size(); ++i) {
+        const CorrectionEdit& edit = correction.edits.at(i);
+        out.raw(i ? ",{" : "{");
+        out.key("corrected", true);
+        out.string(edit.corrected);
+        out.key("explanation");
+        out.string(edit.explanation);
+        out.key("original");
+        out.string(edit.original);
+        out.raw('}');
+    }
+    out.raw(']');
+    out.key("language");
+    out.string(correction.language);
+    out.raw('}');
+}
+
 void writeMessage(JsonOut& out, const ChatMessage& message) {
     out.raw('{');
     out.key("botId", true);
     out.string(message.botId);
+    if (message.correction)
+        writeCorrection(out, *message.correction);
     out.key("createdAt");
     out.integer(message.createdAt);
     out.key("id");
@@ -263,6 +296,21 @@ QByteArray compactDocumentJson(const StoredState& state) {
     out.raw(']');
     out.key("botsCanStartConversations");
     out.boolean(state.botsCanStartConversations);
+    if (!state.explanations.isEmpty()) {
+        out.key("explanations");
+        writeMap(out, state.explanations, [&](const Explanation& explanation) {
+            out.raw('{');
+            out.key("dictionaryForm", true);
+            out.string(explanation.dictionaryForm);
+            out.key("grammarNote");
+            out.string(explanation.grammarNote);
+            out.key("meaning");
+            out.string(explanation.meaning);
+            out.key("partOfSpeech");
+            out.string(explanation.partOfSpeech);
+            out.raw('}');
+        });
+    }
     out.key("keepRunningWhenClosed");
     out.boolean(state.keepRunningWhenClosed);
     out.key("lastReadAt");

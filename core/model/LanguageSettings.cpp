@@ -22,16 +22,22 @@ Decoded<LanguageSettings> LanguageSettings::fromJson(const QJsonValue& value) {
         r.strictOptional<bool>(QStringLiteral("showsRomanization"))};
     if (r.failed())
         return r.error();
+    settings.corrections = r.lenient<CorrectionLevel>(QStringLiteral("corrections"))
+                               .value_or(CorrectionLevel::WhenAsked);
     return settings;
 }
 
 QJsonObject LanguageSettings::toJson() const {
-    return {
+    QJsonObject object{
         {QStringLiteral("language"), language},
         {QStringLiteral("level"), toJsonValue(level)},
         {QStringLiteral("replyLength"), toJsonValue(replyLength)},
         {QStringLiteral("showsRomanization"), showsRomanization},
     };
+    // The default is left out, so documents that never chose one read and write as before.
+    if (corrections != CorrectionLevel::WhenAsked)
+        object.insert(QStringLiteral("corrections"), toJsonValue(corrections));
+    return object;
 }
 
 } // namespace quillo

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "CefrLevel.h"
+#include "Correction.h"
 #include "JsonCodec.h"
 #include "ReplyLength.h"
 
@@ -15,6 +16,7 @@ struct LanguageSettings {
     CefrLevel level = CefrLevel::A1;
     ReplyLength replyLength = ReplyLength::Short;
     bool showsRomanization = false;
+    CorrectionLevel corrections = CorrectionLevel::WhenAsked;
 
     LanguageSettings() = default;
     // Without an explicit choice the reading line is on exactly for languages that have one.

@@ -2,6 +2,7 @@
 #include "MergeParts.h"
 
 #include <QHash>
+#include <QJsonDocument>
 
 #include <algorithm>
 #include <vector>
@@ -9,6 +10,15 @@
 namespace quillo::merge {
 
 namespace {
+
+// Whether `a` is the later check; two of the same moment are ordered by their content, so that
+// both devices of a merge pick the same one.
+bool isLater(const Correction& a, const Correction& b) {
+    if (a.checkedAt != b.checkedAt)
+        return a.checkedAt > b.checkedAt;
+    return QJsonDocument(a.toJson()).toJson(QJsonDocument::Compact) >
+           QJsonDocument(b.toJson()).toJson(QJsonDocument::Compact);
+}
 
 // The downloaded messages with the glosses of the first local message of the same id and text
 // (uploads carry none); glosses of another text would gloss the wrong words.
@@ -28,6 +38,10 @@ std::vector<ChatMessage> withLocalGlosses(const MessageList& local, const Messag
         const ChatMessage& kept = local.at(*mine);
         if (!kept.words.isEmpty() && kept.text == message.text)
             merged.back().words = kept.words;
+        // Of two checks of the same text the later one stands, on whichever side it was made.
+        if (kept.correction && kept.text == message.text &&
+            (!message.correction || isLater(*kept.correction, *message.correction)))
+            merged.back().correction = kept.correction;
     }
     return merged;
 }

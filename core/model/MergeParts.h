@@ -15,7 +15,8 @@ namespace quillo::merge {
 QSet<QString> contactIds(const QList<BotProfile>& bots);
 
 // Every message of both lists, united by id. A message on both sides takes the downloaded
-// version with the local glosses, as long as the text is the one they gloss. Downloaded order
+// version with the local glosses, as long as the text is the one they gloss, and the later
+// correction of the two. Downloaded order
 // first, then the local-only messages in local order, then a stable sort by createdAt, so two
 // devices that merge each other's copies settle on one order. Gives back `local` itself, chunks
 // and all, when the result equals it.

@@ -48,6 +48,10 @@ std::optional<BotProfile> StoredState::bot(const QString& id) const {
     return std::nullopt;
 }
 
+QString StoredState::explanationKey(const QString& messageId, const QString& selection) {
+    return messageId + u'|' + trimmedText(selection).toLower();
+}
+
 QList<ChatMessage> StoredState::messagesFor(const QString& botId) const {
     QList<ChatMessage> chat;
     for (const ChatMessage& message : messages) {
@@ -108,6 +112,7 @@ StoredState StoredState::forAccount() const {
     account.keepRunningWhenClosed = fresh.keepRunningWhenClosed;
     account.theme = fresh.theme;
     account.translationCache = fresh.translationCache;
+    account.explanations = fresh.explanations;
     account.textSettings = fresh.textSettings;
     account.syncMark = fresh.syncMark;
     return account;
@@ -152,6 +157,8 @@ Decoded<StoredState> StoredState::fromJson(const QJsonValue& value) {
     state.theme = r.lenient<ThemeChoice>(QStringLiteral("theme")).value_or(fresh.theme);
     state.translationCache = decodeMap<Meaning>(object.value(QStringLiteral("translationCache")))
                                  .value_or(fresh.translationCache);
+    state.explanations = decodeMap<Explanation>(object.value(QStringLiteral("explanations")))
+                             .value_or(fresh.explanations);
     state.textSettings =
         r.lenient<TextSettings>(QStringLiteral("textSettings")).value_or(fresh.textSettings);
     state.speechLanguage =
@@ -178,6 +185,8 @@ QJsonObject StoredState::toJson() const {
     };
     if (syncMark)
         object.insert(QStringLiteral("syncMark"), syncMark->toJson());
+    if (!explanations.isEmpty())
+        object.insert(QStringLiteral("explanations"), encodeMap(explanations));
     return object;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "BotProfile.h"
+#include "Explanation.h"
 #include "JsonCodec.h"
 #include "Meaning.h"
 #include "MessageList.h"
@@ -32,12 +33,17 @@ struct StoredState {
     bool wordTranslations = true;
     ThemeChoice theme = ThemeChoice::System;
     QMap<QString, Meaning> translationCache;
+    // Explanations of passages of contacts' messages, keyed by `explanationKey`; this device's.
+    QMap<QString, Explanation> explanations;
     TextSettings textSettings;
     QString speechLanguage;           // empty: dictation follows the conversation's language
     std::optional<SyncMark> syncMark; // absent: never brought into step with the service
 
     // The contact with exactly this id.
     std::optional<BotProfile> bot(const QString& id) const;
+
+    // The key of the explanation of `selection` in the message `messageId`.
+    static QString explanationKey(const QString& messageId, const QString& selection);
 
     // That contact's messages, in document order.
     QList<ChatMessage> messagesFor(const QString& botId) const;

@@ -17,7 +17,8 @@
 //   worse than seeing it again. (A download only brings a document when another device has
 //   uploaded since the last exchange, so a removal comes back only in that race.)
 // - messages: united by id. A message on both sides takes the downloaded version with this
-//   device's glosses (uploads carry none), as long as the text is the same one they gloss.
+//   device's glosses (uploads carry none), as long as the text is the same one they gloss, and
+//   the later of the two corrections of it.
 //   Downloaded order first, then local-only messages in local order, then a stable sort by
 //   createdAt: two devices that merge each other's copies settle on one order. When the result
 //   is the local list, the local chunks are kept so the document stays cheap to compare.
@@ -29,7 +30,7 @@
 // - lastReadAt: the later mark of the two, a missing one counting as 0, so a chat read on any
 //   device is read everywhere.
 // - nextNudgeAt, botsCanStartConversations, notificationsEnabled, keepRunningWhenClosed,
-//   theme, textSettings, translationCache: local; the upload carries none of them.
+//   theme, textSettings, translationCache, explanations: local; the upload carries none of them.
 // - reading marks and schedule entries are kept only for contacts the merged document has.
 
 namespace quillo {

@@ -40,7 +40,7 @@
 //   its marks, else the later mark of the two, a missing one counting as 0, so a chat read on
 //   any device is read everywhere.
 // - nextNudgeAt, botsCanStartConversations, notificationsEnabled, keepRunningWhenClosed,
-//   theme, textSettings, translationCache: local; they never leave this device.
+//   theme, textSettings, translationCache, explanations: local; they never leave this device.
 // - reading marks and schedule entries are kept only for contacts the merged document has.
 
 namespace quillo {

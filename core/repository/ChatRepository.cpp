@@ -19,6 +19,7 @@ ChatRepository::ChatRepository(StateStore& store, SessionStore& session, const Q
     , m_editing(*this)
     , m_sync(*this, session, api, m_accountQueue)
     , m_glossing(*this, m_translator)
+    , m_feedback(*this, session, api)
     , m_conversation(*this, session, m_sync, m_client, m_glossing)
     , m_accounts(*this, session, api, m_accountQueue, m_sync)
     , m_nudges(*this, session, m_sync, m_conversation) {
@@ -27,6 +28,9 @@ ChatRepository::ChatRepository(StateStore& store, SessionStore& session, const Q
     // The record of how far the document was synchronised is bound to the document: a record
     // about an earlier document would make the fresh one read as the user deleting everything.
     m_sync.followDocument(store.startedFresh());
+    m_conversation.setOnReplied([this](const QString& botId, const QString& messageId) {
+        m_feedback.replied(botId, messageId);
+    });
 }
 
 ChatRepository::~ChatRepository() {
@@ -34,6 +38,7 @@ ChatRepository::~ChatRepository() {
     m_nudges.close();
     m_accounts.close();
     m_conversation.close();
+    m_feedback.close();
     m_glossing.close();
     m_sync.close();
 }

@@ -5,6 +5,7 @@
 #include "account/StateSync.h"
 #include "chat/ChatClient.h"
 #include "chat/ConversationFlow.h"
+#include "chat/Feedback.h"
 #include "chat/ProfileEditing.h"
 #include "chat/ScheduledNudges.h"
 #include "chat/WordGlossing.h"
@@ -22,8 +23,8 @@ class SessionStore;
 class StateStore;
 
 // The one owner of the live document. Screens read it here and change it only through its
-// parts (editing, conversation, glossing, nudges, synchronisation, accounts); each change is
-// compared with the current document and, when it differs, published and saved.
+// parts (editing, conversation, glossing, feedback, nudges, synchronisation, accounts); each change
+// is compared with the current document and, when it differs, published and saved.
 class ChatRepository : public QObject, private DocumentAccess {
     Q_OBJECT
 
@@ -48,6 +49,7 @@ public:
     WordGlossing& glossing() { return m_glossing; }
     const WordGlossing& glossing() const { return m_glossing; }
     ScheduledNudges& nudges() { return m_nudges; }
+    Feedback& feedback() { return m_feedback; }
     StateSync& synchronisation() { return m_sync; }
     AccountFlows& accounts() { return m_accounts; }
     const AccountFlows& accounts() const { return m_accounts; }
@@ -88,6 +90,7 @@ private:
     ProfileEditing m_editing;
     StateSync m_sync;
     WordGlossing m_glossing;
+    Feedback m_feedback;
     ConversationFlow m_conversation;
     AccountFlows m_accounts;
     ScheduledNudges m_nudges;

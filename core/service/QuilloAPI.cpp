@@ -172,10 +172,13 @@ QCoro::Task<Sent> QuilloAPI::send(Method method, const QString& path, const QStr
 
 QCoro::Task<ApiResult<QuilloAPI::Reply>> QuilloAPI::reply(QString token,
                                                           QList<PromptMessage> messages,
-                                                          int maxTokens, double temperature) const {
-    const QJsonObject body{{QStringLiteral("messages"), toJsonValue(messages)},
-                           {QStringLiteral("maxTokens"), maxTokens},
-                           {QStringLiteral("temperature"), temperature}};
+                                                          int maxTokens, double temperature,
+                                                          QString purpose) const {
+    QJsonObject body{{QStringLiteral("messages"), toJsonValue(messages)},
+                     {QStringLiteral("maxTokens"), maxTokens},
+                     {QStringLiteral("temperature"), temperature}};
+    if (!purpose.isEmpty())
+        body.insert(QStringLiteral("purpose"), purpose);
     return decodedAnswer<Reply>(
         send(Method::Post, QStringLiteral("/v1/reply"), token, compactJson(body)), &decodeReply);
 }

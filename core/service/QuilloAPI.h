@@ -93,8 +93,10 @@ public:
 
     const QUrl& baseURL() const { return m_baseURL; }
 
+    // `purpose` names what the reply is for when it is not a contact's message ("feedback");
+    // the service counts those apart. Empty sends no purpose.
     QCoro::Task<ApiResult<Reply>> reply(QString token, QList<PromptMessage> messages, int maxTokens,
-                                        double temperature) const;
+                                        double temperature, QString purpose = {}) const;
     QCoro::Task<ApiResult<QuilloSession>> signIn(QString googleIdToken) const;
     QCoro::Task<ApiResult<QuilloSession>> signInWithCode(QString reviewCode) const;
     // Also hands back a session token, which the caller may take in place of the old one.

@@ -3,6 +3,13 @@
 
 #include <QStringList>
 
+#include <optional>
+
+namespace quillo {
+struct BotProfile;
+struct StoredState;
+} // namespace quillo
+
 namespace quillo::tool {
 
 // Exit statuses shared by every subcommand.
@@ -11,6 +18,12 @@ enum Exit : int {
     NoResult = 1, // the answer is no: no reply, no reading, a document the app would not load
     BadInput = 2, // bad arguments, an unreadable file, JSON that does not decode
 };
+
+// The contact named by id, or else by display name regardless of case; nothing when no
+// contact or more than one fits.
+std::optional<BotProfile> findContact(const StoredState& state, const QString& name);
+// "contacts: Lucía (id), ..." for an error line.
+QString contactList(const StoredState& state);
 
 // Each subcommand takes its own arguments (without the subcommand's name) and returns an exit
 // status. They print results on standard output and one-line errors on standard error.
@@ -29,5 +42,8 @@ int romanizeCommand(const QStringList& arguments);
 int translateCommand(const QStringList& arguments);
 int dictateCommand(const QStringList& arguments);
 int doctorCommand(const QStringList& arguments);
+int checkCommand(const QStringList& arguments);
+int explainCommand(const QStringList& arguments);
+int sayItCommand(const QStringList& arguments);
 
 } // namespace quillo::tool

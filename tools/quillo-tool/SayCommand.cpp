@@ -7,8 +7,6 @@
 
 namespace quillo::tool {
 
-namespace {
-
 // The contact named by id, or else by display name regardless of case; nothing when no
 // contact or more than one fits.
 std::optional<BotProfile> findContact(const StoredState& state, const QString& name) {
@@ -33,8 +31,6 @@ QString contactList(const StoredState& state) {
         names.append(bot.displayName + QStringLiteral(" (") + bot.id + u')');
     return QStringLiteral("contacts: ") + names.join(QStringLiteral(", "));
 }
-
-} // namespace
 
 int sayCommand(const QStringList& arguments) {
     QCommandLineParser parser;
