@@ -67,6 +67,10 @@ void Feedback::close() {
     m_lifetime.end();
 }
 
+QString Feedback::allowanceUsedLine() {
+    return QStringLiteral("You've used today's feedback. More arrives tomorrow.");
+}
+
 QString Feedback::checkFailedLine() {
     return QStringLiteral("Quillo couldn't check this message this time.");
 }
@@ -98,8 +102,11 @@ QCoro::Task<std::optional<QString>> Feedback::ask(QList<PromptMessage> messages,
         co_return std::nullopt;
     if (!answer.ok()) {
         qCWarning(lcChat).noquote() << "feedback request failed:" << answer.error().description();
-        if (statusOf(answer.error()) == ServiceStatus::SessionEnded)
+        const ServiceStatus status = statusOf(answer.error());
+        if (status == ServiceStatus::SessionEnded)
             m_session.expire();
+        else if (status == ServiceStatus::AllowanceUsed)
+            fail(subjectId, allowanceUsedLine());
         else
             fail(subjectId, line);
         co_return std::nullopt;

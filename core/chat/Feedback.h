@@ -60,6 +60,8 @@ public:
     // Requests in flight finish without touching anything.
     void close();
 
+    // The service's feedback allowance for today is spent (replies have their own).
+    static QString allowanceUsedLine();
     static QString checkFailedLine();
     static QString explainFailedLine();
     static QString sayItFailedLine();

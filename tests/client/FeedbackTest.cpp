@@ -193,6 +193,26 @@ TEST_F(FeedbackTest, AFineMessageAndAnAnswerInProse) {
     EXPECT_EQ(correctionOf(id), fine);
 }
 
+// The day's feedback is spent: one line says so, and the message keeps what it had.
+class FeedbackAllowanceTest : public FeedbackTest {
+protected:
+    void SetUp() override {
+        config.dailyFeedbackLimit = 1;
+        FeedbackTest::SetUp();
+    }
+};
+
+TEST_F(FeedbackAllowanceTest, ASpentAllowanceIsSaidOnceAndInventsNothing) {
+    const QString id = seedChat(QStringLiteral("Estoy cansado"));
+    model.setDefault(
+        ModelFixture::reply(QStringLiteral(R"({"corrected":"Estoy cansado","edits":[]})")));
+    const auto first = run(repository->feedback().check(id));
+    ASSERT_TRUE(first);
+    EXPECT_FALSE(run(repository->feedback().check(id)));
+    EXPECT_EQ(failures, QStringList{Feedback::allowanceUsedLine()});
+    EXPECT_EQ(correctionOf(id), first);
+}
+
 // The user removed the contact while its check was on its way: the check is dropped.
 TEST_F(FeedbackTest, ACheckArrivingAfterTheContactWentIsDropped) {
     const QString id = seedChat(QStringLiteral("Yo soy cansado"));
