@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "MessageListModel.h"
 
+#include "CorrectionMarks.h"
 #include "MessageLines.h"
 #include "model/Languages.h"
 #include "repository/ChatRepository.h"
@@ -15,6 +16,23 @@ namespace {
 bool sameRequest(const LayoutRequest& a, const LayoutRequest& b) {
     return a.withReadings == b.withReadings && a.language == b.language && a.text == b.text &&
            a.glosses == b.glosses;
+}
+
+QVariantMap correctionForView(const ChatMessage& message) {
+    if (!message.correction)
+        return {};
+    const Correction& correction = *message.correction;
+    QVariantList edits;
+    for (const CorrectionEdit& edit : correction.edits)
+        edits.append(QVariantMap{{QStringLiteral("original"), edit.original},
+                                 {QStringLiteral("corrected"), edit.corrected},
+                                 {QStringLiteral("explanation"), edit.explanation}});
+    const bool fine = correction.isFine(message.text);
+    return {{QStringLiteral("fine"), fine},
+            {QStringLiteral("corrected"), correction.corrected},
+            {QStringLiteral("marks"),
+             fine ? QVariantList() : correctionMarksForView(message.text, correction.corrected)},
+            {QStringLiteral("edits"), edits}};
 }
 
 QString dayOf(qint64 millis) {
@@ -223,6 +241,8 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
         return !m_unanswered.isEmpty() && entry.message.id == m_unanswered;
     case DaySectionRole:
         return entry.daySection;
+    case CorrectionRole:
+        return correctionForView(entry.message);
     default:
         return {};
     }
@@ -233,7 +253,8 @@ QHash<int, QByteArray> MessageListModel::roleNames() const {
             {FromUserRole, "fromUser"},       {CreatedAtRole, "createdAt"},
             {LanguageRole, "language"},       {SegmentsRole, "segments"},
             {ReadingsRole, "readings"},       {LinesRole, "lines"},
-            {NotAnsweredRole, "notAnswered"}, {DaySectionRole, "daySection"}};
+            {NotAnsweredRole, "notAnswered"}, {DaySectionRole, "daySection"},
+            {CorrectionRole, "correction"}};
 }
 
 } // namespace quillo

@@ -49,6 +49,9 @@ public:
         // message of each day's run: the day ("yyyy-MM-dd", local time) of the next newer day
         // that has messages, whose label belongs there; empty for the newest day's run.
         DaySectionRole,
+        // What a check of the user's message found: empty until it was checked, else {fine,
+        // corrected, marks: [{text, change}], edits: [{original, corrected, explanation}]}.
+        CorrectionRole,
     };
 
     // Lays out one message; the word break and transliteration of the language layer unless given.

@@ -29,6 +29,7 @@ AppContext::AppContext(AppController& controller, Desktop desktop, QObject* pare
     , m_chats(controller.repository())
     , m_conversation(controller.repository(), controller.navigation(),
                      {*m_microphone, controller.api(), controller.session(), controller.clock()})
+    , m_feedback(controller.repository())
     , m_account(controller.repository(), m_google.get(), controller.api().baseURL())
     , m_settings(controller.repository(), m_loginItem)
     , m_appearance(controller.repository())

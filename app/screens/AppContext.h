@@ -13,6 +13,7 @@
 #include "screens/Appearance.h"
 #include "screens/ContactDraft.h"
 #include "screens/ConversationScreen.h"
+#include "screens/FeedbackScreen.h"
 #include "screens/NotificationCards.h"
 #include "screens/ProfileSettings.h"
 
@@ -34,6 +35,7 @@ class AppContext : public QObject, public AppShell {
     Q_PROPERTY(quillo::Navigation* navigation READ navigation CONSTANT)
     Q_PROPERTY(quillo::ChatListModel* chats READ chats CONSTANT)
     Q_PROPERTY(quillo::ConversationScreen* conversation READ conversation CONSTANT)
+    Q_PROPERTY(quillo::FeedbackScreen* feedback READ feedback CONSTANT)
     Q_PROPERTY(quillo::AccountScreen* account READ account CONSTANT)
     Q_PROPERTY(quillo::ProfileSettings* settings READ settings CONSTANT)
     Q_PROPERTY(quillo::WordHover* wordHover READ wordHover CONSTANT)
@@ -73,6 +75,7 @@ public:
     Navigation* navigation() { return &m_controller.navigation(); }
     ChatListModel* chats() { return &m_chats; }
     ConversationScreen* conversation() { return &m_conversation; }
+    FeedbackScreen* feedback() { return &m_feedback; }
     AccountScreen* account() { return &m_account; }
     ProfileSettings* settings() { return &m_settings; }
     WordHover* wordHover() { return &m_controller.wordHover(); }
@@ -120,6 +123,7 @@ private:
     LoginItem m_loginItem;
     ChatListModel m_chats;
     ConversationScreen m_conversation;
+    FeedbackScreen m_feedback;
     AccountScreen m_account;
     ProfileSettings m_settings;
     NotificationCards m_notifications;

@@ -73,6 +73,7 @@ QVariantList ProfileSettings::languages() const {
             {QStringLiteral("language"), settings.language},
             {QStringLiteral("level"), indexOf(settings.level)},
             {QStringLiteral("replyLength"), indexOf(settings.replyLength)},
+            {QStringLiteral("corrections"), indexOf(settings.corrections)},
             {QStringLiteral("showsRomanization"), settings.showsRomanization},
             {QStringLiteral("supportsRomanization"), supportsRomanization(settings.language)}});
     return languages;
@@ -189,6 +190,10 @@ QStringList ProfileSettings::replyLengthTitles() {
     return titlesOf<ReplyLength>();
 }
 
+QStringList ProfileSettings::correctionTitles() {
+    return titlesOf<CorrectionLevel>();
+}
+
 QStringList ProfileSettings::themeTitles() {
     return titlesOf<ThemeChoice>();
 }
@@ -225,6 +230,12 @@ void ProfileSettings::setLevel(const QString& language, int level) {
 void ProfileSettings::setReplyLength(const QString& language, int length) {
     editLanguage(language, [length](LanguageSettings& settings) {
         settings.replyLength = caseAt(length, settings.replyLength);
+    });
+}
+
+void ProfileSettings::setCorrections(const QString& language, int level) {
+    editLanguage(language, [level](LanguageSettings& settings) {
+        settings.corrections = caseAt(level, settings.corrections);
     });
 }
 

@@ -56,6 +56,8 @@ class ProfileSettings : public QObject {
     Q_PROPERTY(bool managedByInstaller READ managedByInstaller CONSTANT)
     Q_PROPERTY(QStringList levelTitles READ levelTitles CONSTANT)
     Q_PROPERTY(QStringList replyLengthTitles READ replyLengthTitles CONSTANT)
+    // How much of what the user writes is corrected: "Off", "When I ask", ...
+    Q_PROPERTY(QStringList correctionTitles READ correctionTitles CONSTANT)
     Q_PROPERTY(QStringList themeTitles READ themeTitles CONSTANT)
 
 public:
@@ -96,6 +98,7 @@ public:
     bool managedByInstaller() const;
     static QStringList levelTitles();
     static QStringList replyLengthTitles();
+    static QStringList correctionTitles();
     static QStringList themeTitles();
     int ageGroup() const;
     void setAgeGroup(int index);
@@ -108,6 +111,7 @@ public:
                                         int ageGroup);
     Q_INVOKABLE void setLevel(const QString& language, int level);
     Q_INVOKABLE void setReplyLength(const QString& language, int length);
+    Q_INVOKABLE void setCorrections(const QString& language, int level);
     Q_INVOKABLE void setPronunciation(const QString& language, bool on);
     Q_INVOKABLE void addLanguage(const QString& name);
     Q_INVOKABLE void removeLanguage(const QString& name);

@@ -58,6 +58,39 @@ Rectangle {
         interval: 8000
         onTriggered: composer.dictation.dismissProblem()
     }
+    Timer {
+        running: App.feedback.problemLine.length > 0
+        interval: 8000
+        onTriggered: App.feedback.dismissProblem()
+    }
+
+    // "Help me say this": what the user wrote in their own language (or a mix) becomes the
+    // sentence in the contact's language, in the composer for them to read over and send.
+    property string helpNote
+    function helpSayIt() {
+        if (input.text.trim().length > 0)
+            App.feedback.sayIt(App.conversation.botId, input.text);
+    }
+    Connections {
+        target: App.feedback
+        function onSentenceReady(sentence, note) {
+            input.text = sentence;
+            input.cursorPosition = sentence.length;
+            composer.helpNote = note;
+            input.forceActiveFocus();
+        }
+    }
+    Connections {
+        target: input
+        function onTextChanged() {
+            if (composer.helpNote.length > 0 && input.text.length === 0)
+                composer.helpNote = "";
+        }
+    }
+    Shortcut {
+        sequence: "Ctrl+Shift+H"
+        onActivated: composer.helpSayIt()
+    }
 
     function send() {
         if (App.conversation.send(input.text)) {
@@ -83,8 +116,8 @@ Rectangle {
         anchors.leftMargin: Theme.padding
         anchors.rightMargin: Theme.padding
         visible: text.length > 0
-        text: composer.dictation.problemLine
-        color: Theme.danger
+        text: composer.dictation.problemLine || App.feedback.problemLine || composer.helpNote
+        color: composer.dictation.problemLine || App.feedback.problemLine ? Theme.danger : Theme.secondaryText
         wrapMode: Text.Wrap
         font.pixelSize: Theme.smallSize
     }
@@ -180,6 +213,22 @@ Rectangle {
             ToolTip.text: "Talk instead of typing (Ctrl+D)"
             Accessible.name: "Dictate"
             Accessible.description: ToolTip.text
+        }
+        RoundButton {
+            objectName: "helpSayItButton"
+            implicitWidth: Theme.px(36)
+            implicitHeight: Theme.px(36)
+            Layout.alignment: Qt.AlignBottom
+            visible: !composer.dictation.active
+            text: App.feedback.helping ? "…" : "文A"
+            font.pixelSize: Theme.smallSize
+            enabled: !App.feedback.helping && input.text.trim().length > 0
+            onClicked: composer.helpSayIt()
+            ToolTip.visible: hovered
+            ToolTip.delay: 600
+            ToolTip.text: "Help me say this in " + App.conversation.language + " (Ctrl+Shift+H)"
+            Accessible.name: "Help me say this"
+            Accessible.description: "Write what you mean in your own language; it becomes a sentence in " + App.conversation.language + " for you to read over"
         }
         RoundButton {
             objectName: "sendButton"

@@ -75,6 +75,7 @@ Rectangle {
             selectionBubble.clearSelection();
         selectionBubble = null;
         App.selectionTranslation.clear();
+        App.feedback.closeExplanation();
         hoverTimer.stop();
         App.wordHover.hide();
     }
@@ -201,6 +202,7 @@ Rectangle {
                     view.notePassage();
                 }
                 onTranslateAsked: bubble => view.translateSelection()
+                onExplainAsked: bubble => view.explainSelection()
                 onGlossAsked: (piece, item) => view.showGloss(messageId, piece, item)
                 onDismissed: view.clearPanels()
             }
@@ -288,6 +290,12 @@ Rectangle {
     function notePassage() {
         passage = selectionBubble ? selectionBubble.passageBox(view) : Qt.rect(0, 0, 0, 0);
     }
+    function explainSelection() {
+        if (!selectionBubble)
+            return;
+        notePassage();
+        App.feedback.explain(selectionBubble.messageId, selectionBubble.selectedText);
+    }
     function translateSelection() {
         if (!selectionBubble)
             return;
@@ -357,7 +365,7 @@ Rectangle {
     Button {
         id: translateButton
         objectName: "translateButton"
-        visible: view.selectionBubble !== null && !App.selectionTranslation.shown
+        visible: view.selectionBubble !== null && !App.selectionTranslation.shown && !App.feedback.explanationShown
         text: "Translate"
         highlighted: true
         font.pixelSize: Theme.px(12)
@@ -365,6 +373,26 @@ Rectangle {
         x: Math.max(8, Math.min(view.width - width - 8, view.passage.x))
         y: view.passage.y - height - 4 >= messages.y ? view.passage.y - height - 4 : view.passage.y + view.passage.height + 4
         onClicked: view.translateSelection()
+    }
+    // Beside it: what the passage is, as a word of the language (Ctrl+E on a focused message).
+    Button {
+        objectName: "explainButton"
+        visible: translateButton.visible
+        text: "Explain"
+        font.pixelSize: Theme.px(12)
+        x: translateButton.x + translateButton.width + Theme.smallSpacing
+        y: translateButton.y
+        Accessible.description: "What the selected words mean here, their dictionary form and grammar"
+        onClicked: view.explainSelection()
+    }
+    ExplanationPanel {
+        objectName: "explanationPanel"
+        feedback: App.feedback
+        width: Math.min(Theme.panelWidth, view.width - 32)
+        readonly property real below: view.passage.y + view.passage.height + 6
+        x: Math.max(16, Math.min(view.width - width - 16, view.passage.x))
+        y: below + height <= messages.y + messages.height || view.passage.y - 6 - height < 8 ? below : view.passage.y - 6 - height
+        onClosed: view.clearPanels()
     }
 
     // Beside the passage it translates, never over it: under it when it fits above the

@@ -17,6 +17,10 @@ Item {
     required property var lines
     required property double createdAt
     required property bool notAnswered
+    // What a check of the user's message found (see the message list's correction role).
+    required property var correction
+    readonly property bool checking: App.feedback.checking.indexOf(messageId) >= 0
+    readonly property bool corrected: fromUser && correction.corrected !== undefined && !correction.fine
 
     // Set by the conversation view.
     property real maxBubbleWidth: 480
@@ -52,6 +56,7 @@ Item {
     signal selectionCleared
     // Enter on a selection, or on the word at the caret.
     signal translateAsked(Item bubble)
+    signal explainAsked(Item bubble)
     signal glossAsked(var piece, Item item)
     signal dismissed
 
@@ -137,8 +142,24 @@ Item {
             dismissed();
             return;
         }
-        if (fromUser)
+        if (event.key === Qt.Key_Menu || (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier))) {
+            menu.popup(bubble, bubble.width / 2, bubble.height / 2);
+            event.accepted = true;
             return;
+        }
+        if (fromUser) {
+            if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
+                App.feedback.check(messageId);
+                event.accepted = true;
+            }
+            return;
+        }
+        if (event.key === Qt.Key_E && (event.modifiers & Qt.ControlModifier)) {
+            if (hasSelection)
+                explainAsked(message);
+            event.accepted = true;
+            return;
+        }
         if (event.key === Qt.Key_Left || event.key === Qt.Key_Right) {
             // Left goes on to the next word of a right-to-left message.
             const rightToLeft = content.item && content.item.flow.rightToLeft;
@@ -160,7 +181,7 @@ Item {
     }
 
     width: ListView.view ? ListView.view.width : 400
-    height: bubble.height + 6 + (unanswered.visible ? unanswered.height + 2 : 0)
+    height: bubble.height + 6 + (unanswered.visible ? unanswered.height + 2 : 0) + (feedback.visible ? feedback.height + 4 : 0)
 
     Component.onCompleted: if (!fromUser)
         App.conversation.prefetch(messageId)
@@ -189,6 +210,14 @@ Item {
                     objectName: "copyMessage"
                     text: message.hasSelection ? "Copy Selection" : "Copy"
                     onTriggered: message.copy()
+                }
+                MenuItem {
+                    objectName: "checkMessage"
+                    visible: message.fromUser
+                    height: visible ? implicitHeight : 0
+                    enabled: !message.checking
+                    text: "Check this message"
+                    onTriggered: App.feedback.check(message.messageId)
                 }
             }
         }
@@ -238,6 +267,93 @@ Item {
             Accessible.name: "Try again"
             Accessible.description: "Ask for an answer to this message again"
             onClicked: App.conversation.answerAgain()
+        }
+    }
+
+    // Under the user's message, what a check of it found: the corrected sentence with the
+    // removed words struck through and the new ones marked, and why on demand; a small mark
+    // when it was fine; a line while it is being checked.
+    Column {
+        id: feedback
+        objectName: "correction"
+        visible: message.fromUser && (message.checking || message.correction.corrected !== undefined)
+        anchors.right: bubble.right
+        y: bubble.y + bubble.height + 4 + (unanswered.visible ? unanswered.height + 2 : 0)
+        width: Math.min(message.maxBubbleWidth, Math.max(bubble.width, marks.implicitWidth + 2 * Theme.spacing))
+        spacing: 2
+
+        Label {
+            objectName: "checkState"
+            visible: message.checking || !message.corrected
+            anchors.right: parent.right
+            text: message.checking ? "Checking…" : "✓ Checked, no mistakes"
+            color: Theme.secondaryText
+            font.pixelSize: Theme.smallSize
+            Accessible.name: message.checking ? "Checking your message" : "Checked: no mistakes"
+        }
+        Rectangle {
+            visible: message.corrected && !message.checking
+            width: parent.width
+            height: marks.height + 2 * Theme.smallSpacing
+            radius: Theme.smallRadius
+            color: Theme.surface
+            border.color: Theme.separator
+            Accessible.role: Accessible.StaticText
+            Accessible.name: "Corrected: " + (message.correction.corrected || "")
+            Flow {
+                id: marks
+                objectName: "correctionMarks"
+                x: Theme.spacing
+                y: Theme.smallSpacing
+                width: parent.width - 2 * Theme.spacing
+                spacing: 4
+                Repeater {
+                    model: message.corrected ? message.correction.marks : []
+                    delegate: Text {
+                        required property var modelData
+                        objectName: "mark-" + modelData.change
+                        text: modelData.text
+                        wrapMode: Text.Wrap
+                        width: Math.min(implicitWidth, marks.width)
+                        font.pixelSize: Theme.bodySize
+                        font.strikeout: modelData.change === "removed"
+                        font.weight: modelData.change === "added" ? Font.DemiBold : Font.Normal
+                        color: modelData.change === "removed" ? Theme.danger : Theme.text
+                        Rectangle {
+                            visible: parent.modelData.change === "added"
+                            z: -1
+                            anchors.fill: parent
+                            anchors.margins: -1
+                            radius: 2
+                            color: Theme.selection
+                        }
+                    }
+                }
+            }
+        }
+        Button {
+            id: why
+            objectName: "whyButton"
+            visible: message.corrected && !message.checking && message.correction.edits.length > 0
+            anchors.right: parent.right
+            flat: true
+            checkable: true
+            text: checked ? "Hide why" : "Why?"
+            font.pixelSize: Theme.smallSize
+            Accessible.name: checked ? "Hide the explanations" : "Why? Explain the corrections"
+        }
+        Repeater {
+            model: why.checked && message.corrected ? message.correction.edits : []
+            delegate: Label {
+                required property var modelData
+                objectName: "correctionReason"
+                width: feedback.width
+                wrapMode: Text.Wrap
+                textFormat: Text.PlainText
+                text: modelData.original + " → " + modelData.corrected + ": " + modelData.explanation
+                color: Theme.text
+                font.pixelSize: Theme.smallSize
+            }
         }
     }
 

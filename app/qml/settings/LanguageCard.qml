@@ -75,6 +75,22 @@ Rectangle {
         }
         RowLayout {
             Layout.fillWidth: true
+            spacing: Theme.spacing
+            Label {
+                text: "Corrections"
+                color: Theme.secondaryText
+            }
+            ChoiceBox {
+                objectName: "correctionsPicker"
+                Layout.fillWidth: true
+                Accessible.name: "Corrections of what you write in " + card.entry.language
+                model: card.settings.correctionTitles
+                currentIndex: card.entry.corrections
+                onActivated: index => card.settings.setCorrections(card.entry.language, index)
+            }
+        }
+        RowLayout {
+            Layout.fillWidth: true
             Label {
                 Layout.fillWidth: true
                 text: "Its contacts and their chats are deleted."
