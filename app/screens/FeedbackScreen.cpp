@@ -20,6 +20,7 @@ FeedbackScreen::~FeedbackScreen() {
 void FeedbackScreen::check(const QString& messageId) {
     if (messageId.isEmpty() || m_checking.contains(messageId))
         return;
+    setProblem({}); // a new request: the last one's failure is no longer news
     m_checking.append(messageId);
     Q_EMIT checkingChanged();
     runCheck(messageId);
@@ -39,6 +40,7 @@ void FeedbackScreen::explain(const QString& messageId, const QString& selection)
     const QString passage = selection.trimmed();
     if (messageId.isEmpty() || passage.isEmpty())
         return;
+    setProblem({});
     m_explanation = {{QStringLiteral("selection"), passage}};
     m_explaining = true;
     m_explanationShown = true;
@@ -77,6 +79,7 @@ void FeedbackScreen::closeExplanation() {
 void FeedbackScreen::sayIt(const QString& botId, const QString& text) {
     if (m_helping || botId.isEmpty() || text.trimmed().isEmpty())
         return;
+    setProblem({});
     m_helping = true;
     Q_EMIT helpingChanged();
     runSayIt(botId, text.trimmed());

@@ -112,6 +112,7 @@ TEST_F(FeedbackScreenTest, AFineMessageGetsOnlyASmallMarkAndAnUnusableAnswerOneL
                QStringList{QStringLiteral("✓ Checked, no mistakes")};
     })) << textsOf(QStringLiteral("checkState")).join(u'|').toStdString();
     EXPECT_TRUE(textsOf(QStringLiteral("mark-removed")).isEmpty());
+    EXPECT_TRUE(context->feedback()->problemLine().isEmpty()) << "the new check replaced the line";
     grab(QStringLiteral("feedback-fine"));
     EXPECT_TRUE(warnings().isEmpty()) << warnings().join(u'\n').toStdString();
 }
